@@ -1,0 +1,123 @@
+// The window's start-up and its pages: the order in which the window is filled from the installer
+// arguments, the preflight checks, the button titles of each page and the final-message state.
+
+#include "InstallerWinController.h"
+
+#include "InstallFunction/InstallerArguments.h"
+#include "Platform/Foundation/Bundle.h"
+#include "Platform/Foundation/Localization.h"
+#include "Platform/Foundation/Log.h"
+#include "RZInstallerInterface.h"
+#include "ui_MainWindow.h"
+
+#include <QApplication>
+#include <QFileInfo>
+
+InstallerWinController::InstallerWinController(const QStringList& processArguments, QObject* parent)
+    : QObject(parent)
+    , m_processArguments(processArguments.isEmpty() ? QCoreApplication::arguments() : processArguments)
+    , m_ui(new Ui::MainWindow)
+{
+    window = new QWidget;
+    m_ui->setupUi(window);
+    tabView = m_ui->tabView;
+    nameField = m_ui->nameField;
+    introField = m_ui->introField;
+    pathField = m_ui->pathField;
+    explanationField = m_ui->explanationField;
+    messageField = m_ui->messageField;
+    iconField = m_ui->iconField;
+    checkmarkField = m_ui->checkmarkField;
+    readMeTextView = m_ui->readMeTextView;
+    installButton = m_ui->installButton;
+    cancelButton = m_ui->cancelButton;
+    helpButton = m_ui->helpButton;
+    progressIndicator = m_ui->progressIndicator;
+}
+
+InstallerWinController::~InstallerWinController()
+{
+    delete window;
+    delete m_ui;
+}
+
+QString InstallerWinController::argument(const QString& key) const
+{
+    if (!arguments)
+        return QString();
+    const QVariant v = arguments->value(key);
+    return v.typeId() == QMetaType::QString ? v.toString() : QString();
+}
+
+bool InstallerWinController::hasArgument(const QString& key) const
+{
+    return arguments && arguments->contains(key);
+}
+
+void InstallerWinController::extractArguments()
+{
+    if (arguments)
+        return;
+    NSLog(QStringLiteral("arguments: %@"), QVariant(m_processArguments));
+    arguments = parseInstallerArguments(m_processArguments);
+}
+
+std::optional<QString> InstallerWinController::completeSourcePath()
+{
+    if (hasArgument(RZInstallerKeySourcePath))
+        return std::nullopt;
+    QString path = QFileInfo(installerBundlePath).path();
+    while (path.size() >= 2 && !path.endsWith(QStringLiteral(".app"))) {
+        path = QFileInfo(path).path();
+        NSLog(QStringLiteral("shortened path = %@"), path);
+    }
+    if (!path.endsWith(QStringLiteral(".app")))
+        return QStringLiteral("missing source path");
+    arguments->insert(RZInstallerKeySourcePath, path);
+    return std::nullopt;
+}
+
+std::optional<QString> InstallerWinController::completeProductName()
+{
+    if (hasArgument(RZInstallerKeyProductName))
+        return std::nullopt;
+    const QString name = QFileInfo(argument(RZInstallerKeySourcePath)).completeBaseName();
+    if (name.isEmpty())
+        return QStringLiteral("missing program name");
+    arguments->insert(RZInstallerKeyProductName, name);
+    return std::nullopt;
+}
+
+void InstallerWinController::readSourceInfo()
+{
+    sourceInfo = Bundle(argument(RZInstallerKeySourcePath)).infoDictionary();
+}
+
+void InstallerWinController::checkDocumentationPath()
+{
+    if (hasArgument(RZInstallerKeyDocumentationPath)
+        && !QFileInfo::exists(argument(RZInstallerKeyDocumentationPath)))
+        arguments->remove(RZInstallerKeyDocumentationPath);
+}
+
+std::optional<QString> InstallerWinController::completeProductAndQuitCodes()
+{
+    QVariant productCode = arguments->value(RZInstallerKeyProductCode);
+    if (!productCode.isValid() && sourceInfo) {
+        const QVariant signature = sourceInfo->value(QStringLiteral("CFBundleSignature"));
+        if (signature.isValid()) {
+            productCode = QStringList { signature.toString() };
+            arguments->insert(RZInstallerKeyProductCode, productCode);
+        }
+    }
+    if (!productCode.isValid())
+        return QStringLiteral("missing product signature");
+    const QStringList codes = productCode.toStringList();
+    if (arguments->contains(RZInstallerKeyQuitCode))
+        arguments->insert(RZInstallerKeyQuitCode,
+                          arguments->value(RZInstallerKeyQuitCode).toStringList() + codes);
+    else
+        arguments->insert(RZInstallerKeyQuitCode, codes);
+    NSLog(QStringLiteral("Updated arguments: %@"), QVariant(*arguments));
+    return std::nullopt;
+}

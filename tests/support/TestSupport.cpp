@@ -1,0 +1,63 @@
+#include "TestSupport.h"
+
+#include "Platform/Foundation/Log.h"
+#include "Platform/Foundation/PropertyList.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+LogRecorder::LogRecorder() { setLogSink(&LogRecorder::sink, this); }
+LogRecorder::~LogRecorder() { setLogSink(nullptr, nullptr); }
+
+void LogRecorder::sink(const QString& line, void* self)
+{
+    auto* recorder = static_cast<LogRecorder*>(self);
+    std::lock_guard lock(recorder->m_mutex);
+    recorder->m_lines.append(line);
+}
+
+QStringList LogRecorder::lines() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_lines;
+}
+
+void LogRecorder::clear()
+{
+    std::lock_guard lock(m_mutex);
+    m_lines.clear();
+}
+
+bool writeFile(const QString& path, const QByteArray& contents)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile f(path);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    return f.write(contents) == contents.size();
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+QString makeBundle(const QString& parent, const QString& name, const QVariantMap& info,
+                   const QString& program)
+{
+    const QString bundle = parent + QLatin1Char('/') + name + QStringLiteral(".app");
+    QVariantMap plist = info;
+    if (!plist.contains(QStringLiteral("CFBundleExecutable")))
+        plist.insert(QStringLiteral("CFBundleExecutable"), name);
+    writeFile(bundle + QStringLiteral("/Contents/Info.plist"), xmlPropertyList(plist));
+    const QString exe = bundle + QStringLiteral("/Contents/Linux/") + plist.value(QStringLiteral("CFBundleExecutable")).toString();
+    QDir().mkpath(QFileInfo(exe).absolutePath());
+    if (!program.isEmpty())
+        QFile::copy(program, exe);
+    else
+        writeFile(exe, "#!/bin/sh\nexit 0\n");
+    QFile::setPermissions(exe, QFile::permissions(exe) | QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther);
+    return bundle;
+}
