@@ -20,4 +20,7 @@ public:
 };
 
 /// usleep through the shared clock.
-inline void clockUsleep(unsigned microseconds) { Clock::shared().sleep(microseconds / 1e6); }
+inline void clockUsleep(unsigned microseconds)
+{
+    Clock::shared().sleep(microseconds / 1e6);
+}

@@ -4,13 +4,13 @@
 
 #include <cstdint>
 
-using OSType = uint32_t;  // four-character code, first character in the most significant byte
+using OSType = uint32_t; // four-character code, first character in the most significant byte
 using OSStatus = int32_t; // 0 is success
-using OSErr = int16_t;    // 0 is success
+using OSErr = int16_t; // 0 is success
 
 constexpr OSErr noErr = 0;
-constexpr OSErr procNotFound = -600;     // no such process
-constexpr OSErr paramErr = -50;          // bad argument
+constexpr OSErr procNotFound = -600; // no such process
+constexpr OSErr paramErr = -50; // bad argument
 constexpr OSErr gestaltUndefSelectorErr = -5551;
 constexpr OSStatus errAEEventNotHandled = -1708; // no handler for the event on this platform
 constexpr OSStatus errAuthorizationCanceled = -60006;

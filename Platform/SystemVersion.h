@@ -4,7 +4,7 @@
 
 #include "Platform/MacTypes.h"
 
-constexpr OSType gestaltSystemVersion = 0x73797376;      // 'sysv', binary-coded decimal
+constexpr OSType gestaltSystemVersion = 0x73797376; // 'sysv', binary-coded decimal
 constexpr OSType gestaltSystemVersionMajor = 0x73797331; // 'sys1'
 constexpr OSType gestaltSystemVersionMinor = 0x73797332; // 'sys2'
 constexpr OSType gestaltSystemVersionBugFix = 0x73797333; // 'sys3'

@@ -15,7 +15,8 @@
 
 InstallerWinController::InstallerWinController(const QStringList& processArguments, QObject* parent)
     : QObject(parent)
-    , m_processArguments(processArguments.isEmpty() ? QCoreApplication::arguments() : processArguments)
+    , m_processArguments(
+          processArguments.isEmpty() ? QCoreApplication::arguments() : processArguments)
     , m_ui(new Ui::MainWindow)
 {
     window = new QWidget;
@@ -115,7 +116,7 @@ std::optional<QString> InstallerWinController::completeProductAndQuitCodes()
     const QStringList codes = productCode.toStringList();
     if (arguments->contains(RZInstallerKeyQuitCode))
         arguments->insert(RZInstallerKeyQuitCode,
-                          arguments->value(RZInstallerKeyQuitCode).toStringList() + codes);
+            arguments->value(RZInstallerKeyQuitCode).toStringList() + codes);
     else
         arguments->insert(RZInstallerKeyQuitCode, codes);
     NSLog(QStringLiteral("Updated arguments: %@"), QVariant(*arguments));

@@ -28,7 +28,8 @@ class InstallerWinController : public QObject {
     Q_OBJECT
 public:
     /// Loads the window from its interface file. processArguments defaults to the application's.
-    explicit InstallerWinController(const QStringList& processArguments = {}, QObject* parent = nullptr);
+    explicit InstallerWinController(
+        const QStringList& processArguments = {}, QObject* parent = nullptr);
     ~InstallerWinController() override;
 
     // --- Outlets ---
@@ -59,11 +60,11 @@ public:
     bool hasArgument(const QString& key) const;
 
     // Steps of the argument completion; each returns the setup-error message key, or nothing.
-    std::optional<QString> completeSourcePath();         // A
-    std::optional<QString> completeProductName();        // B
-    void readSourceInfo();                               // C
-    void settleDestination();                            // D and E
-    void checkDocumentationPath();                       // F
+    std::optional<QString> completeSourcePath(); // A
+    std::optional<QString> completeProductName(); // B
+    void readSourceInfo(); // C
+    void settleDestination(); // D and E
+    void checkDocumentationPath(); // F
     std::optional<QString> completeProductAndQuitCodes(); // G
 
     // --- The window ---
@@ -100,7 +101,7 @@ public:
     // --- Copying ---
     std::optional<QString> installMyselfInDestination();
     bool authorizedInstall(const QString& source, const QString& destination,
-                           const std::optional<QString>& wrapper, bool* canceled);
+        const std::optional<QString>& wrapper, bool* canceled);
 
     // --- What the start-up keeps for itself ---
     QString installerBundlePath;

@@ -11,7 +11,8 @@
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(InstallerWinController::applicationShouldTerminateAfterLastWindowClosed());
+    QApplication::setQuitOnLastWindowClosed(
+        InstallerWinController::applicationShouldTerminateAfterLastWindowClosed());
     installStringTables(app);
     InstallerWinController controller;
     controller.awakeFromNib();

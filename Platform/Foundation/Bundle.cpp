@@ -21,7 +21,10 @@ QString ownExecutable()
 }
 } // namespace
 
-Bundle::Bundle(const QString& path) : m_path(QDir::cleanPath(path)) { }
+Bundle::Bundle(const QString& path)
+    : m_path(QDir::cleanPath(path))
+{
+}
 
 const Bundle& Bundle::mainBundle()
 {
@@ -102,8 +105,11 @@ QString Bundle::pathForResource(const QString& name, const QString& type) const
         return QString();
     QStringList folders;
     for (const QString& lang : QLocale().uiLanguages()) {
-        folders << resourcePath() + QLatin1Char('/') + QString(lang).replace(QLatin1Char('-'), QLatin1Char('_')) + QStringLiteral(".lproj");
-        folders << resourcePath() + QLatin1Char('/') + lang.section(QLatin1Char('-'), 0, 0) + QStringLiteral(".lproj");
+        folders << resourcePath() + QLatin1Char('/')
+                + QString(lang).replace(QLatin1Char('-'), QLatin1Char('_'))
+                + QStringLiteral(".lproj");
+        folders << resourcePath() + QLatin1Char('/') + lang.section(QLatin1Char('-'), 0, 0)
+                + QStringLiteral(".lproj");
     }
     folders << resourcePath();
     for (const QString& folder : folders) {

@@ -23,12 +23,23 @@ QString quoted(const QString& s)
     QString out = QStringLiteral("\"");
     for (const QChar c : s) {
         switch (c.unicode()) {
-        case '"': out += QStringLiteral("\\\""); break;
-        case '\\': out += QStringLiteral("\\\\"); break;
-        case '\n': out += QStringLiteral("\\n"); break;
-        case '\r': out += QStringLiteral("\\r"); break;
-        case '\t': out += QStringLiteral("\\t"); break;
-        default: out += c;
+        case '"':
+            out += QStringLiteral("\\\"");
+            break;
+        case '\\':
+            out += QStringLiteral("\\\\");
+            break;
+        case '\n':
+            out += QStringLiteral("\\n");
+            break;
+        case '\r':
+            out += QStringLiteral("\\r");
+            break;
+        case '\t':
+            out += QStringLiteral("\\t");
+            break;
+        default:
+            out += c;
         }
     }
     return out + QLatin1Char('"');
@@ -81,7 +92,10 @@ QString describe(const QVariant& v, int level, bool nested)
 
 } // namespace
 
-QString describeValue(const QVariant& value) { return describe(value, 0, false); }
+QString describeValue(const QVariant& value)
+{
+    return describe(value, 0, false);
+}
 
 QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
 {
@@ -132,9 +146,9 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
             break;
         case 's':
         case 'S':
-            out += arg.isValid() ? QString::asprintf((cspec + "s").constData(),
-                                                     arg.toString().toUtf8().constData())
-                                 : QStringLiteral("(null)");
+            out += arg.isValid()
+                ? QString::asprintf((cspec + "s").constData(), arg.toString().toUtf8().constData())
+                : QStringLiteral("(null)");
             break;
         case 'd':
         case 'i':
@@ -144,8 +158,8 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
         case 'x':
         case 'X':
         case 'o':
-            out += QString::asprintf((cspec + "ll" + char(conversion.unicode())).constData(),
-                                     arg.toULongLong());
+            out += QString::asprintf(
+                (cspec + "ll" + char(conversion.unicode())).constData(), arg.toULongLong());
             break;
         case 'c':
             out += QChar(static_cast<char16_t>(arg.toUInt()));
@@ -156,8 +170,8 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
         case 'E':
         case 'g':
         case 'G':
-            out += QString::asprintf((cspec + char(conversion.unicode())).constData(),
-                                     arg.toDouble());
+            out += QString::asprintf(
+                (cspec + char(conversion.unicode())).constData(), arg.toDouble());
             break;
         case 'p':
             out += QString::asprintf("0x%llx", arg.toULongLong());

@@ -16,23 +16,71 @@ struct FormatArg {
     QVariant value;
 
     FormatArg() = default;
-    FormatArg(const QVariant& v) : value(v) { }
-    FormatArg(const QString& s) : value(s) { }
-    FormatArg(const char* s) : value(s ? QVariant(QString::fromUtf8(s)) : QVariant()) { }
-    FormatArg(const std::string& s) : value(QString::fromStdString(s)) { }
-    FormatArg(const QStringList& l) : value(l) { }
-    FormatArg(const QVariantMap& m) : value(m) { }
-    FormatArg(const QVariantList& l) : value(l) { }
+    FormatArg(const QVariant& v)
+        : value(v)
+    {
+    }
+    FormatArg(const QString& s)
+        : value(s)
+    {
+    }
+    FormatArg(const char* s)
+        : value(s ? QVariant(QString::fromUtf8(s)) : QVariant())
+    {
+    }
+    FormatArg(const std::string& s)
+        : value(QString::fromStdString(s))
+    {
+    }
+    FormatArg(const QStringList& l)
+        : value(l)
+    {
+    }
+    FormatArg(const QVariantMap& m)
+        : value(m)
+    {
+    }
+    FormatArg(const QVariantList& l)
+        : value(l)
+    {
+    }
     FormatArg(std::nullptr_t) { }
-    FormatArg(bool b) : value(int(b)) { }
-    FormatArg(int i) : value(i) { }
-    FormatArg(unsigned i) : value(i) { }
-    FormatArg(long i) : value(qlonglong(i)) { }
-    FormatArg(unsigned long i) : value(qulonglong(i)) { }
-    FormatArg(long long i) : value(qlonglong(i)) { }
-    FormatArg(unsigned long long i) : value(qulonglong(i)) { }
-    FormatArg(double d) : value(d) { }
-    FormatArg(float f) : value(double(f)) { }
+    FormatArg(bool b)
+        : value(int(b))
+    {
+    }
+    FormatArg(int i)
+        : value(i)
+    {
+    }
+    FormatArg(unsigned i)
+        : value(i)
+    {
+    }
+    FormatArg(long i)
+        : value(qlonglong(i))
+    {
+    }
+    FormatArg(unsigned long i)
+        : value(qulonglong(i))
+    {
+    }
+    FormatArg(long long i)
+        : value(qlonglong(i))
+    {
+    }
+    FormatArg(unsigned long long i)
+        : value(qulonglong(i))
+    {
+    }
+    FormatArg(double d)
+        : value(d)
+    {
+    }
+    FormatArg(float f)
+        : value(double(f))
+    {
+    }
     template <class T> FormatArg(const std::optional<T>& o)
     {
         if (o)

@@ -42,10 +42,12 @@ void NSLogv(const QString& format, const QList<FormatArg>& args)
         if (logSink)
             logSink(text, logSinkContext);
     }
-    QByteArray line = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toUtf8();
+    QByteArray line
+        = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toUtf8();
     line += ' ';
     line += processName();
-    line += '[' + QByteArray::number(::getpid()) + ':' + QByteArray::number(::syscall(SYS_gettid)) + "] ";
+    line += '[' + QByteArray::number(::getpid()) + ':' + QByteArray::number(::syscall(SYS_gettid))
+        + "] ";
     line += text.toUtf8();
     if (!line.endsWith('\n'))
         line += '\n';

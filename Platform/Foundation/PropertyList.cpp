@@ -58,8 +58,8 @@ std::optional<QVariant> convert(plist_t node, int depth)
     case PLIST_DATE: {
         int32_t sec = 0, usec = 0;
         plist_get_date_val(node, &sec, &usec);
-        return QVariant(QDateTime::fromMSecsSinceEpoch((kPlistEpoch + sec) * 1000 + usec / 1000,
-                                                       Qt::UTC));
+        return QVariant(
+            QDateTime::fromMSecsSinceEpoch((kPlistEpoch + sec) * 1000 + usec / 1000, Qt::UTC));
     }
     case PLIST_DATA: {
         char* d = nullptr;
@@ -163,9 +163,14 @@ bool binaryNestingIsSane(const QByteArray& data)
         || objectCount > uint64_t(size) || tableOffset >= uint64_t(size)
         || tableOffset + objectCount * uint64_t(offsetSize) > uint64_t(size - 32))
         return false;
-    auto offsetOf = [&](uint64_t object) { return readBigEndian(bytes + tableOffset + object * offsetSize, offsetSize); };
+    auto offsetOf = [&](uint64_t object) {
+        return readBigEndian(bytes + tableOffset + object * offsetSize, offsetSize);
+    };
 
-    struct Frame { uint64_t object; int depth; };
+    struct Frame {
+        uint64_t object;
+        int depth;
+    };
     std::vector<Frame> stack { { topObject, 0 } };
     uint64_t visits = 0;
     while (!stack.empty()) {
@@ -247,12 +252,15 @@ namespace {
 plist_t toPlist(const QVariant& v)
 {
     switch (v.typeId()) {
-    case QMetaType::Bool: return plist_new_bool(v.toBool());
+    case QMetaType::Bool:
+        return plist_new_bool(v.toBool());
     case QMetaType::Int:
     case QMetaType::LongLong:
     case QMetaType::UInt:
-    case QMetaType::ULongLong: return plist_new_uint(uint64_t(v.toLongLong()));
-    case QMetaType::Double: return plist_new_real(v.toDouble());
+    case QMetaType::ULongLong:
+        return plist_new_uint(uint64_t(v.toLongLong()));
+    case QMetaType::Double:
+        return plist_new_real(v.toDouble());
     case QMetaType::QByteArray: {
         const QByteArray b = v.toByteArray();
         return plist_new_data(b.constData(), uint64_t(b.size()));
@@ -275,7 +283,8 @@ plist_t toPlist(const QVariant& v)
             plist_dict_set_item(d, it.key().toUtf8().constData(), toPlist(it.value()));
         return d;
     }
-    default: return plist_new_string(v.toString().toUtf8().constData());
+    default:
+        return plist_new_string(v.toString().toUtf8().constData());
     }
 }
 } // namespace

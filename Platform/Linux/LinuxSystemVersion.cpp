@@ -21,9 +21,15 @@ public:
         int parts[3] = { 0, 0, 0 };
         std::sscanf(u.release, "%d.%d.%d", &parts[0], &parts[1], &parts[2]);
         switch (selector) {
-        case gestaltSystemVersionMajor: *response = parts[0]; return noErr;
-        case gestaltSystemVersionMinor: *response = parts[1]; return noErr;
-        case gestaltSystemVersionBugFix: *response = parts[2]; return noErr;
+        case gestaltSystemVersionMajor:
+            *response = parts[0];
+            return noErr;
+        case gestaltSystemVersionMinor:
+            *response = parts[1];
+            return noErr;
+        case gestaltSystemVersionBugFix:
+            *response = parts[2];
+            return noErr;
         case gestaltSystemVersion: {
             auto bcd = [](int v, int digits) {
                 int out = 0;
@@ -35,7 +41,8 @@ public:
                 | bcd(std::min(parts[2], 9), 1);
             return noErr;
         }
-        default: return gestaltUndefSelectorErr;
+        default:
+            return gestaltUndefSelectorErr;
         }
     }
     double toolkitVersionNumber() override { return 2487.0; }
@@ -51,4 +58,7 @@ SystemVersion& SystemVersion::shared()
     return s ? *s : linuxSystemVersion;
 }
 
-void SystemVersion::setShared(SystemVersion* source) { sharedSource.store(source); }
+void SystemVersion::setShared(SystemVersion* source)
+{
+    sharedSource.store(source);
+}

@@ -38,4 +38,7 @@ Clock& Clock::shared()
     return c ? *c : systemClock;
 }
 
-void Clock::setShared(Clock* clock) { sharedClock.store(clock); }
+void Clock::setShared(Clock* clock)
+{
+    sharedClock.store(clock);
+}

@@ -39,15 +39,18 @@ QString RZUtilities::plainVersionOf(const QString& version)
 {
     qsizetype i = 0;
     while (i < version.size()
-           && ((version[i] >= QLatin1Char('0') && version[i] <= QLatin1Char('9'))
-               || version[i] == QLatin1Char('.')))
+        && ((version[i] >= QLatin1Char('0') && version[i] <= QLatin1Char('9'))
+            || version[i] == QLatin1Char('.')))
         ++i;
     if (i == version.size())
         return version; // the same (implicitly shared) string
     return version.left(i);
 }
 
-QString RZUtilities::plainVersionString() { return plainVersionOf(versionString()); }
+QString RZUtilities::plainVersionString()
+{
+    return plainVersionOf(versionString());
+}
 
 int RZUtilities::numericCompare(const QString& a, const QString& b)
 {
@@ -167,18 +170,48 @@ QString RZUtilities::systemVersionString()
 }
 
 namespace {
-double toolkit() { return SystemVersion::shared().toolkitVersionNumber(); }
+double toolkit()
+{
+    return SystemVersion::shared().toolkitVersionNumber();
+}
 } // namespace
 
-bool RZUtilities::pantherOrOlder() { return std::floor(toolkit()) <= 743.0; }
-bool RZUtilities::leopardOrNewer() { return std::floor(toolkit()) > 824.0; }
-bool RZUtilities::snowleopardOrNewer() { return std::floor(toolkit()) >= 1038.0; }
-bool RZUtilities::lionOrNewer() { return toolkit() >= 1138.0; }
-bool RZUtilities::mountainLionOrNewer() { return toolkit() >= 1187.0; }
-bool RZUtilities::mavericksOrNewer() { return toolkit() >= 1265.0; }
-bool RZUtilities::yosemiteOrNewer() { return toolkit() >= 1343.0; }
-bool RZUtilities::elCapitanOrNewer() { return toolkit() >= 1404.0; }
-bool RZUtilities::sierraOrNewer() { return toolkit() >= 1490.0; }
+bool RZUtilities::pantherOrOlder()
+{
+    return std::floor(toolkit()) <= 743.0;
+}
+bool RZUtilities::leopardOrNewer()
+{
+    return std::floor(toolkit()) > 824.0;
+}
+bool RZUtilities::snowleopardOrNewer()
+{
+    return std::floor(toolkit()) >= 1038.0;
+}
+bool RZUtilities::lionOrNewer()
+{
+    return toolkit() >= 1138.0;
+}
+bool RZUtilities::mountainLionOrNewer()
+{
+    return toolkit() >= 1187.0;
+}
+bool RZUtilities::mavericksOrNewer()
+{
+    return toolkit() >= 1265.0;
+}
+bool RZUtilities::yosemiteOrNewer()
+{
+    return toolkit() >= 1343.0;
+}
+bool RZUtilities::elCapitanOrNewer()
+{
+    return toolkit() >= 1404.0;
+}
+bool RZUtilities::sierraOrNewer()
+{
+    return toolkit() >= 1490.0;
+}
 
 bool RZUtilities::highSierraOrNewer()
 {
@@ -196,4 +229,7 @@ QString RZUtilities::localizedDateString(const QString& date)
     return QLocale().toString(instant.toLocalTime().date(), QLocale::ShortFormat);
 }
 
-void RZUtilities::resetCachesForTesting() { cachedDecimalVersion.store(0); }
+void RZUtilities::resetCachesForTesting()
+{
+    cachedDecimalVersion.store(0);
+}

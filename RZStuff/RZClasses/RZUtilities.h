@@ -16,7 +16,10 @@ struct ThreePartVersion {
     uint16_t minor = 0;
     uint32_t bugfix = 0; // readers mask it to 16 bits
 
-    uint64_t packed() const { return uint64_t(major) | (uint64_t(minor) << 16) | (uint64_t(bugfix) << 32); }
+    uint64_t packed() const
+    {
+        return uint64_t(major) | (uint64_t(minor) << 16) | (uint64_t(bugfix) << 32);
+    }
     static ThreePartVersion unpack(uint64_t v)
     {
         return { uint16_t(v & 0xffff), uint16_t((v >> 16) & 0xffff), uint32_t(v >> 32) };

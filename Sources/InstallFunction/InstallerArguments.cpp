@@ -28,7 +28,8 @@ QVariantMap parseInstallerArguments(const QStringList& processArguments)
 
 bool startedWithArguments(const QStringList& processArguments)
 {
-    return processArguments.size() >= 3 && processArguments.at(1) != QStringLiteral("-AppleLanguages");
+    return processArguments.size() >= 3
+        && processArguments.at(1) != QStringLiteral("-AppleLanguages");
 }
 
 QString installerLogPath()
