@@ -12,6 +12,10 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QIcon>
+#include <QLabel>
+#include <QPushButton>
+#include <QShortcut>
 
 InstallerWinController::InstallerWinController(const QStringList& processArguments, QObject* parent)
     : QObject(parent)
@@ -19,6 +23,7 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
           processArguments.isEmpty() ? QCoreApplication::arguments() : processArguments)
     , m_ui(new Ui::MainWindow)
 {
+    Q_INIT_RESOURCE(installer);
     window = new QWidget;
     m_ui->setupUi(window);
     tabView = m_ui->tabView;
@@ -34,6 +39,33 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     cancelButton = m_ui->cancelButton;
     helpButton = m_ui->helpButton;
     progressIndicator = m_ui->progressIndicator;
+
+    QFont nameFont = nameField->font();
+    nameFont.setPointSizeF(nameFont.pointSizeF() * 1.5);
+    nameFont.setBold(true);
+    nameField->setFont(nameFont);
+    checkmarkField->setPixmap(QIcon(QStringLiteral(":/installer/Checkmark.svg")).pixmap(40, 40));
+    messageField->setForegroundRole(QPalette::Highlight);
+
+    connect(installButton, &QPushButton::clicked, this, [this] {
+        installModifiers = QGuiApplication::keyboardModifiers();
+        install();
+    });
+    connect(cancelButton, &QPushButton::clicked, this, &InstallerWinController::cancel);
+    connect(helpButton, &QPushButton::clicked, this, &InstallerWinController::openDocumentation);
+    // The window is not a dialog, so Return and Escape are wired here: Return presses the
+    // default button, Escape is Cancel.
+    for (const QKeySequence& key : { QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) }) {
+        connect(new QShortcut(key, window), &QShortcut::activated, this, [this] {
+            if (installButton->isVisible() && installButton->isEnabled())
+                installButton->click();
+        });
+    }
+    connect(
+        new QShortcut(QKeySequence(Qt::Key_Escape), window), &QShortcut::activated, this, [this] {
+            if (cancelButton->isVisible() && cancelButton->isEnabled())
+                cancelButton->click();
+        });
 }
 
 InstallerWinController::~InstallerWinController()

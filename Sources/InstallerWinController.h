@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include <functional>
 #include <optional>
 
 class QLabel;
@@ -76,6 +77,13 @@ public:
     void animateProgress(const std::optional<QString>& start);
     void playDoneSound();
     void systemVersionAlertDidEnd(QMessageBox* alert, int returnCode, void* contextInfo);
+    /// Shows the system-version alert as a sheet on the window (start-up's last step).
+    void showSystemVersionAlert();
+    /// Ends the application (the platform's terminate:); tests replace terminateHandler.
+    void terminate();
+    std::function<void()> terminateHandler;
+    /// The web page of the maker's software archive.
+    static QString softwareArchiveURL();
 
     // --- Destination and write access ---
     bool canWriteToFile(const QString& path) const;
@@ -119,6 +127,9 @@ signals:
     void installRunEnded();
 
 private:
+    void loadIcon();
+    void loadReadMe();
+    void bringInstallerToFront();
     QStringList m_processArguments;
     Ui::MainWindow* m_ui = nullptr;
 };

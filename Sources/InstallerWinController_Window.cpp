@@ -1,4 +1,5 @@
-// The window's start-up (awakeFromNib) and the page and message operations.
+// The window's start-up (awakeFromNib), its two pages, the final-message state, the button
+// actions and the system-version alert.
 
 #include "InstallerWinController.h"
 
@@ -7,13 +8,44 @@
 #include "Platform/Foundation/Localization.h"
 #include "Platform/Foundation/Log.h"
 #include "RZInstallerInterface.h"
+#include "RZUtilities.h"
 
 #include <QApplication>
+#include <QDesktopServices>
+#include <QFile>
+#include <QFileInfo>
 #include <QLabel>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QStackedWidget>
+#include <QStyle>
+#include <QTextBrowser>
+#include <QUrl>
 #include <QWidget>
+
+namespace {
+QPixmap workspaceIcon(const QString& path)
+{
+    Q_UNUSED(path);
+    return QIcon::fromTheme(QStringLiteral("application-x-executable")).pixmap(128, 128);
+}
+
+void openWithWorkspace(const QString& path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+bool loadReadMeDocument(const QString& path, QTextDocument* document)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    document->setPlainText(QString::fromUtf8(file.readAll()));
+    return true;
+}
+} // namespace
 
 void InstallerWinController::awakeFromNib()
 {
@@ -21,6 +53,7 @@ void InstallerWinController::awakeFromNib()
     redirectLogIfStartedWithArguments(m_processArguments);
 
     nameField->clear();
+    // The pages have no tabs and no border: a stacked widget shows neither.
     selectTab(1);
     extractArguments();
 
@@ -36,15 +69,90 @@ void InstallerWinController::awakeFromNib()
     const QString productName = argument(RZInstallerKeyProductName);
     window->setWindowTitle(stringWithFormat(window->windowTitle(), productName));
     readSourceInfo();
+    loadIcon();
+
+    auto infoString = [this](const QString& key) -> std::optional<QString> {
+        if (!sourceInfo || sourceInfo->value(key).typeId() != QMetaType::QString)
+            return std::nullopt;
+        return sourceInfo->value(key).toString();
+    };
+    versionToShow = hasArgument(RZInstallerKeyVersion)
+        ? std::optional(argument(RZInstallerKeyVersion))
+        : infoString(QStringLiteral("CFBundleShortVersionString"));
+    minimumSystemVersion = hasArgument(RZInstallerKeyMinSystemVersion)
+        ? std::optional(argument(RZInstallerKeyMinSystemVersion))
+        : infoString(QStringLiteral("LSMinimumSystemVersion"));
+    compatible = !minimumSystemVersion
+        || RZUtilities::compareVersion(RZUtilities::systemVersionString(), *minimumSystemVersion)
+            != -1;
+
     settleDestination();
     checkDocumentationPath();
     if (const auto error = completeProductAndQuitCodes()) {
         showSetupError(*error);
         return;
     }
-    nameField->setText(productName);
+
+    nameField->setText(
+        versionToShow ? productName + QLatin1Char(' ') + *versionToShow : productName);
     introField->setText(stringWithFormat(introField->text(), productName));
-    explanationField->setText(stringWithFormat(explanationField->text(), productName));
+    QString explanation = stringWithFormat(explanationField->text(), productName);
+    const bool documented = hasArgument(RZInstallerKeyDocumentationPath);
+    if (documented)
+        explanation = stringWithFormat(QStringLiteral("%@ %@"),
+            NSLocalizedString(QStringLiteral(
+                "If you wish to read the documentation first, click the \"?\" button.")),
+            explanation);
+    explanationField->setText(explanation);
+    helpButton->setVisible(documented);
+
+    loadReadMe();
+    checkmarkField->hide();
+
+    if (const QScreen* screen = window->screen())
+        window->move(screen->availableGeometry().center() - window->rect().center());
+    window->show();
+    window->raise();
+    window->activateWindow();
+    installButton->setFocus();
+    bringInstallerToFront();
+
+    if (!compatible)
+        showSystemVersionAlert();
+}
+
+void InstallerWinController::loadIcon()
+{
+    QPixmap icon;
+    if (hasArgument(RZInstallerKeyIconPath))
+        icon.load(argument(RZInstallerKeyIconPath));
+    if (icon.isNull() && sourceInfo) {
+        const QString iconFile = sourceInfo->value(QStringLiteral("CFBundleIconFile")).toString();
+        const Bundle source(argument(RZInstallerKeySourcePath));
+        QString path = source.pathForResource(iconFile, QStringLiteral("icns"));
+        if (path.isEmpty())
+            path = source.pathForResource(iconFile);
+        if (!path.isEmpty())
+            icon.load(path);
+    }
+    if (icon.isNull())
+        icon = workspaceIcon(argument(RZInstallerKeySourcePath));
+    if (icon.isNull())
+        return;
+    iconField->setPixmap(icon.scaled(iconField->size() * iconField->devicePixelRatioF(),
+        Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    QApplication::setWindowIcon(QIcon(icon));
+}
+
+void InstallerWinController::loadReadMe()
+{
+    const QString path = argument(RZInstallerKeyReadMePath);
+    if (!path.isEmpty() && QFileInfo(path).isFile()) {
+        loadReadMeDocument(path, readMeTextView->document());
+        selectTab(0);
+    } else {
+        selectTab(1);
+    }
 }
 
 void InstallerWinController::selectTab(int index)
@@ -77,4 +185,86 @@ void InstallerWinController::showSetupError(const QString& message)
         window->setWindowTitle(QString());
 }
 
-void InstallerWinController::playDoneSound() { }
+void InstallerWinController::cancel()
+{
+    if (hasArgument(RZInstallerKeyReadMePath) && tabView->currentIndex() == 1) {
+        selectTab(0);
+        return;
+    }
+    terminate();
+}
+
+void InstallerWinController::openDocumentation()
+{
+    if (hasArgument(RZInstallerKeyDocumentationPath)) {
+        openWithWorkspace(argument(RZInstallerKeyDocumentationPath));
+        return;
+    }
+    NSLog(QStringLiteral("documentation path missing"));
+    QApplication::beep();
+}
+
+void InstallerWinController::animateProgress(const std::optional<QString>& start)
+{
+    // A range of 0..0 is the toolkit's indeterminate (busy) animation.
+    if (start)
+        progressIndicator->setRange(0, 0);
+    else
+        progressIndicator->setRange(0, 1);
+}
+
+void InstallerWinController::showSystemVersionAlert()
+{
+    auto* alert = new QMessageBox(window);
+    systemVersionAlert = alert;
+    alert->setWindowModality(Qt::WindowModal);
+    alert->setIcon(QMessageBox::Information);
+    // The stop sign, as the alert's own icon.
+    alert->setIconPixmap(
+        window->style()->standardIcon(QStyle::SP_MessageBoxCritical).pixmap(64, 64));
+    alert->setText(stringWithFormat(
+        NSLocalizedString(QStringLiteral("%1$@ %2$@ cannot be installed on this computer because "
+                                         "it requires Mac OS X %3$@ or newer.")),
+        argument(RZInstallerKeyProductName), versionToShow, minimumSystemVersion));
+    alert->setInformativeText(stringWithFormat(
+        NSLocalizedString(QStringLiteral("To check if an older version of %@ is available for your "
+                                         "computer, please visit our software archive.")),
+        argument(RZInstallerKeyProductName)));
+    QPushButton* quit
+        = alert->addButton(NSLocalizedString(QStringLiteral("Quit")), QMessageBox::AcceptRole);
+    QPushButton* archive = alert->addButton(
+        NSLocalizedString(QStringLiteral("Visit Archive")), QMessageBox::RejectRole);
+    alert->setDefaultButton(quit);
+    alert->setEscapeButton(quit);
+    connect(alert, &QMessageBox::finished, this, [this, alert, archive] {
+        // First button 1000, second 1001, as the platform numbers an alert's buttons.
+        const int code = alert->clickedButton() == archive ? 1001 : 1000;
+        systemVersionAlertDidEnd(alert, code, nullptr);
+    });
+    alert->open();
+}
+
+QString InstallerWinController::softwareArchiveURL()
+{
+    return QStringLiteral("https://www.velkaro.com/downloads/archive/");
+}
+
+void InstallerWinController::systemVersionAlertDidEnd(
+    QMessageBox* alert, int returnCode, void* contextInfo)
+{
+    Q_UNUSED(alert);
+    Q_UNUSED(contextInfo);
+    if (returnCode == 1001)
+        QDesktopServices::openUrl(QUrl(softwareArchiveURL()));
+    terminate();
+}
+
+void InstallerWinController::terminate()
+{
+    if (terminateHandler)
+        terminateHandler();
+    else
+        QCoreApplication::quit();
+}
+
+void InstallerWinController::bringInstallerToFront() { }

@@ -4,7 +4,17 @@
 
 #include <QDir>
 
+#include <atomic>
 #include <cstdio>
+
+namespace {
+std::atomic<bool> redirectionEnabled { true };
+}
+
+void setLogRedirectionEnabled(bool enabled)
+{
+    redirectionEnabled = enabled;
+}
 
 QVariantMap parseInstallerArguments(const QStringList& processArguments)
 {
@@ -47,6 +57,8 @@ void redirectLogIfStartedWithArguments(const QStringList& processArguments)
         return;
     }
     const QString path = installerLogPath();
+    if (!redirectionEnabled)
+        return;
     QDir().mkpath(QFileInfo(path).absolutePath());
     const QByteArray file = QFile::encodeName(path);
     if (!std::freopen(file.constData(), "a+", stdout))

@@ -23,3 +23,7 @@ QString installerLogPath();
 /// started with arguments ("/dev/null" when the log cannot be opened); logs "direct invocation"
 /// otherwise.
 void redirectLogIfStartedWithArguments(const QStringList& processArguments);
+
+/// In-process tests keep their own standard streams: the decision is still made and logged, but
+/// the streams are not reopened.
+void setLogRedirectionEnabled(bool enabled);

@@ -33,7 +33,8 @@ protected:
     }
 
     /// Starts the installer, waits until its log (file or stderr) shows `until`, then ends it.
-    QString run(const QString& installer, const QStringList& args, const QString& until, bool toFile = true)
+    QString run(
+        const QString& installer, const QStringList& args, const QString& until, bool toFile = true)
     {
         QProcess p;
         p.setProcessEnvironment(environment());
@@ -42,7 +43,8 @@ protected:
         QString seen;
         for (int i = 0; i < 200 && !seen.contains(until); ++i) {
             p.waitForReadyRead(50);
-            seen = toFile ? QString::fromUtf8(readFile(logPath())) : seen + QString::fromUtf8(p.readAllStandardError());
+            seen = toFile ? QString::fromUtf8(readFile(logPath()))
+                          : seen + QString::fromUtf8(p.readAllStandardError());
         }
         p.terminate();
         if (!p.waitForFinished(5000)) {
@@ -59,18 +61,24 @@ const QString kInstaller = QStringLiteral(INSTALLER_APP "/Contents/Linux/Install
 
 TEST_F(InstallerRun, ArgumentsAreLoggedToTheAppendedLogFile)
 {
-    const QString product = makeBundle(dir.path(), QStringLiteral("NoSig"), { { "CFBundleShortVersionString", "1.5" } });
-    const QStringList args { QStringLiteral("-sourcePath"), product, QStringLiteral("-quitCode"), QStringLiteral("QQQQ") };
+    const QString product = makeBundle(
+        dir.path(), QStringLiteral("NoSig"), { { "CFBundleShortVersionString", "1.5" } });
+    const QStringList args { QStringLiteral("-sourcePath"), product, QStringLiteral("-quitCode"),
+        QStringLiteral("QQQQ") };
 
     const QString first = run(kInstaller, args, QStringLiteral("missing product signature"));
     EXPECT_TRUE(first.contains(QStringLiteral("] arguments: (\n")));
-    EXPECT_TRUE(first.contains(QStringLiteral("    -sourcePath,\n    ") + product + QStringLiteral(",\n")));
+    EXPECT_TRUE(
+        first.contains(QStringLiteral("    -sourcePath,\n    ") + product + QStringLiteral(",\n")));
     EXPECT_TRUE(first.contains(QStringLiteral("] missing product signature\n")));
-    const QRegularExpression prefix(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} Installer\\[\\d+:\\d+\\] "),
-                                    QRegularExpression::MultilineOption);
+    const QRegularExpression prefix(
+        QStringLiteral(
+            "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} Installer\\[\\d+:\\d+\\] "),
+        QRegularExpression::MultilineOption);
     EXPECT_EQ(first.count(prefix), 2) << first.toStdString();
 
-    const QString second = run(kInstaller, args, QStringLiteral("missing product signature\n"), true);
+    const QString second
+        = run(kInstaller, args, QStringLiteral("missing product signature\n"), true);
     // Wait for the second run's line: the log now holds both runs.
     QString both;
     for (int i = 0; i < 100 && both.count(QStringLiteral("missing product signature")) < 2; ++i) {
@@ -90,15 +98,21 @@ TEST_F(InstallerRun, DirectInvocationLeavesTheStreamsAlone)
 
 TEST_F(InstallerRun, AMovedBundleInsideAProductInstallsThatProduct)
 {
-    const QString product = makeBundle(dir.path(), QStringLiteral("Prod"), { { "CFBundleSignature", "PROD" } });
+    const QString product
+        = makeBundle(dir.path(), QStringLiteral("Prod"), { { "CFBundleSignature", "PROD" } });
     const QString moved = product + QStringLiteral("/Contents/Resources/Installer.app");
     QDir().mkpath(product + QStringLiteral("/Contents/Resources"));
-    ASSERT_EQ(QProcess::execute(QStringLiteral("cp"), { QStringLiteral("-a"), QStringLiteral(INSTALLER_APP), moved }), 0);
+    ASSERT_EQ(QProcess::execute(QStringLiteral("cp"),
+                  { QStringLiteral("-a"), QStringLiteral(INSTALLER_APP), moved }),
+        0);
     // Three words so that the log goes to the file; none of them names the source.
     const QString log = run(moved + QStringLiteral("/Contents/Linux/Installer"),
-                            { QStringLiteral("-completionQuit"), QStringLiteral("0") }, QStringLiteral("Updated arguments"));
-    EXPECT_TRUE(log.contains(QStringLiteral("shortened path = ") + product + QStringLiteral("/Contents\n")));
-    EXPECT_TRUE(log.contains(QStringLiteral("sourcePath = \"") + product + QStringLiteral("\";")) || log.contains(QStringLiteral("sourcePath = ") + product + QStringLiteral(";")))
+        { QStringLiteral("-completionQuit"), QStringLiteral("0") },
+        QStringLiteral("Updated arguments"));
+    EXPECT_TRUE(log.contains(
+        QStringLiteral("shortened path = ") + product + QStringLiteral("/Contents\n")));
+    EXPECT_TRUE(log.contains(QStringLiteral("sourcePath = \"") + product + QStringLiteral("\";"))
+        || log.contains(QStringLiteral("sourcePath = ") + product + QStringLiteral(";")))
         << log.toStdString();
     EXPECT_TRUE(log.contains(QStringLiteral("productName = Prod;")));
 }

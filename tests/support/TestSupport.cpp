@@ -7,8 +7,14 @@
 #include <QFile>
 #include <QFileInfo>
 
-LogRecorder::LogRecorder() { setLogSink(&LogRecorder::sink, this); }
-LogRecorder::~LogRecorder() { setLogSink(nullptr, nullptr); }
+LogRecorder::LogRecorder()
+{
+    setLogSink(&LogRecorder::sink, this);
+}
+LogRecorder::~LogRecorder()
+{
+    setLogSink(nullptr, nullptr);
+}
 
 void LogRecorder::sink(const QString& line, void* self)
 {
@@ -44,20 +50,23 @@ QByteArray readFile(const QString& path)
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
-QString makeBundle(const QString& parent, const QString& name, const QVariantMap& info,
-                   const QString& program)
+QString makeBundle(
+    const QString& parent, const QString& name, const QVariantMap& info, const QString& program)
 {
     const QString bundle = parent + QLatin1Char('/') + name + QStringLiteral(".app");
     QVariantMap plist = info;
     if (!plist.contains(QStringLiteral("CFBundleExecutable")))
         plist.insert(QStringLiteral("CFBundleExecutable"), name);
     writeFile(bundle + QStringLiteral("/Contents/Info.plist"), xmlPropertyList(plist));
-    const QString exe = bundle + QStringLiteral("/Contents/Linux/") + plist.value(QStringLiteral("CFBundleExecutable")).toString();
+    const QString exe = bundle + QStringLiteral("/Contents/Linux/")
+        + plist.value(QStringLiteral("CFBundleExecutable")).toString();
     QDir().mkpath(QFileInfo(exe).absolutePath());
     if (!program.isEmpty())
         QFile::copy(program, exe);
     else
         writeFile(exe, "#!/bin/sh\nexit 0\n");
-    QFile::setPermissions(exe, QFile::permissions(exe) | QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther);
+    QFile::setPermissions(exe,
+        QFile::permissions(exe) | QFileDevice::ExeOwner | QFileDevice::ExeGroup
+            | QFileDevice::ExeOther);
     return bundle;
 }

@@ -7,6 +7,13 @@
 #include <QVariantMap>
 
 #include <mutex>
+#include <ostream>
+
+/// Readable QStrings in test failures.
+inline void PrintTo(const QString& s, std::ostream* os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
 
 /// Records every log line while it lives.
 class LogRecorder {
@@ -27,7 +34,7 @@ private:
 /// Writes a bundle folder <parent>/<name>.app with an Info.plist of info and an executable file
 /// (a copy of the given program, or an empty shell script when none). Returns its path.
 QString makeBundle(const QString& parent, const QString& name, const QVariantMap& info,
-                   const QString& program = QString());
+    const QString& program = QString());
 
 /// Writes a file (creating folders); returns false on failure.
 bool writeFile(const QString& path, const QByteArray& contents);

@@ -1,7 +1,7 @@
 // Message keys go through the bundle's string tables, then Cocoa formatting.
 
-#include "Platform/Foundation/Bundle.h"
 #include "Platform/Foundation/Localization.h"
+#include "Platform/Foundation/Bundle.h"
 #include "Platform/Foundation/Log.h"
 
 #include <QCoreApplication>
@@ -35,12 +35,18 @@ TEST(StringTables, EnglishGermanAndTheKeyItself)
     const QLocale german(QLocale::German, QLocale::Germany);
     const QLocale french(QLocale::French, QLocale::France);
     const QString success = QStringLiteral("%@ was successfully installed.");
-    EXPECT_EQ(localizedIn(english, success, QStringLiteral("Foo")), QStringLiteral("Foo was successfully installed."));
-    EXPECT_EQ(localizedIn(german, success, QStringLiteral("Foo")), QStringLiteral("Foo wurde erfolgreich installiert."));
-    EXPECT_EQ(localizedIn(french, success, QStringLiteral("Foo")), QStringLiteral("Foo was successfully installed."))
+    EXPECT_EQ(localizedIn(english, success, QStringLiteral("Foo")),
+        QStringLiteral("Foo was successfully installed."));
+    EXPECT_EQ(localizedIn(german, success, QStringLiteral("Foo")),
+        QStringLiteral("Foo wurde erfolgreich installiert."));
+    EXPECT_EQ(localizedIn(french, success, QStringLiteral("Foo")),
+        QStringLiteral("Foo was successfully installed."))
         << "a language without a table falls back to English";
 
-    const QString tooOld = QStringLiteral("%1$@ %2$@ cannot be installed on this computer because it requires Mac OS X %3$@ or newer.");
-    EXPECT_TRUE(localizedIn(english, tooOld, QStringLiteral("Foo")).contains(QStringLiteral("requires Linux (null) or newer")));
-    EXPECT_EQ(localizedIn(english, QStringLiteral("no such key %@"), QStringLiteral("x")), QStringLiteral("no such key x"));
+    const QString tooOld = QStringLiteral("%1$@ %2$@ cannot be installed on this computer because "
+                                          "it requires Mac OS X %3$@ or newer.");
+    EXPECT_TRUE(localizedIn(english, tooOld, QStringLiteral("Foo"))
+                    .contains(QStringLiteral("requires Linux (null) or newer")));
+    EXPECT_EQ(localizedIn(english, QStringLiteral("no such key %@"), QStringLiteral("x")),
+        QStringLiteral("no such key x"));
 }
