@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <string>
 #include <xcb/res.h>
 #include <xcb/xcb.h>
 #include <xcb/xcb_ewmh.h>
@@ -26,21 +27,29 @@ std::mutex mutex;
 
 Connection& connection()
 {
-    static Connection c = [] {
-        Connection conn;
-        if (!std::getenv("DISPLAY"))
-            return conn;
-        int screen = 0;
-        conn.xcb = xcb_connect(nullptr, &screen);
-        if (xcb_connection_has_error(conn.xcb))
-            return conn;
-        xcb_intern_atom_cookie_t* cookies = xcb_ewmh_init_atoms(conn.xcb, &conn.ewmh);
-        if (!xcb_ewmh_init_atoms_replies(&conn.ewmh, cookies, nullptr))
-            return conn;
-        conn.root = conn.ewmh.screens[screen]->root;
-        conn.ok = true;
-        return conn;
-    }();
+    // Reconnects when $DISPLAY changed or the server went away (tests start several servers).
+    static Connection c;
+    static std::string connectedTo;
+    const char* display = std::getenv("DISPLAY");
+    const std::string wanted = display ? display : "";
+    if (c.xcb && (wanted != connectedTo || xcb_connection_has_error(c.xcb))) {
+        if (c.ok)
+            xcb_ewmh_connection_wipe(&c.ewmh);
+        xcb_disconnect(c.xcb);
+        c = Connection();
+    }
+    if (c.xcb || wanted.empty())
+        return c;
+    connectedTo = wanted;
+    int screen = 0;
+    c.xcb = xcb_connect(wanted.c_str(), &screen);
+    if (xcb_connection_has_error(c.xcb))
+        return c;
+    xcb_intern_atom_cookie_t* cookies = xcb_ewmh_init_atoms(c.xcb, &c.ewmh);
+    if (!xcb_ewmh_init_atoms_replies(&c.ewmh, cookies, nullptr))
+        return c;
+    c.root = c.ewmh.screens[screen]->root;
+    c.ok = true;
     return c;
 }
 

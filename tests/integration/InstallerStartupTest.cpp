@@ -76,7 +76,8 @@ TEST_F(InstallerRun, ArgumentsAreLoggedToTheAppendedLogFile)
             "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} Installer\\[\\d+:\\d+\\] "),
         QRegularExpression::MultilineOption);
     // Every line that starts an entry carries the platform's prefix.
-    const QRegularExpression entryStart(QStringLiteral("^\\d"), QRegularExpression::MultilineOption);
+    const QRegularExpression entryStart(
+        QStringLiteral("^\\d"), QRegularExpression::MultilineOption);
     EXPECT_GE(first.count(prefix), 3);
     EXPECT_EQ(first.count(prefix), first.count(entryStart)) << first.toStdString();
 
