@@ -41,7 +41,8 @@ std::optional<QString> InstallerWinController::installMyselfInDestination()
                 NSLog(QStringLiteral("User canceled authorization"));
                 return QString();
             }
-            NSLog(QStringLiteral("ERROR -- Could not copy myself to /Applications with authorization"));
+            NSLog(QStringLiteral(
+                "ERROR -- Could not copy myself to /Applications with authorization"));
             return QStringLiteral("Authorized copying failed.");
         }
     }
@@ -59,7 +60,8 @@ std::optional<QString> InstallerWinController::installMyselfInDestination()
         NSLog(QStringLiteral("did not get icon"));
         clockUsleep(1000000);
         NSLog(QStringLiteral("retry; %@"),
-              workspace.iconForFile(destination).isNull() ? QStringLiteral("failed") : QStringLiteral("succeeded"));
+            workspace.iconForFile(destination).isNull() ? QStringLiteral("failed")
+                                                        : QStringLiteral("succeeded"));
     }
 
     bool launched = workspace.openFile(destination);
@@ -78,11 +80,14 @@ std::optional<QString> InstallerWinController::installMyselfInDestination()
 }
 
 bool InstallerWinController::authorizedInstall(const QString& source, const QString& destination,
-                                               const std::optional<QString>& wrapper, bool* canceled)
+    const std::optional<QString>& wrapper, bool* canceled)
 {
     const auto progress = [this](bool running) {
         QMetaObject::invokeMethod(
-            this, [this, running] { animateProgress(running ? std::optional(QStringLiteral("YES")) : std::nullopt); },
+            this,
+            [this, running] {
+                animateProgress(running ? std::optional(QStringLiteral("YES")) : std::nullopt);
+            },
             Qt::QueuedConnection);
     };
     const QString tool = Bundle::mainBundle().pathForResource(QStringLiteral("train"));

@@ -23,7 +23,8 @@ namespace {
 /// The platform's floatValue of a string: the number at its start, 0 when there is none.
 float floatValue(const QString& text)
 {
-    static const QRegularExpression number(QStringLiteral("^\\s*([+-]?(\\d+\\.?\\d*|\\.\\d+)([eE][+-]?\\d+)?)"));
+    static const QRegularExpression number(
+        QStringLiteral("^\\s*([+-]?(\\d+\\.?\\d*|\\.\\d+)([eE][+-]?\\d+)?)"));
     const auto match = number.match(text);
     return match.hasMatch() ? match.captured(1).toFloat() : 0.0f;
 }
@@ -49,7 +50,8 @@ void InstallerWinController::installThread()
 {
     const QString productName = argument(RZInstallerKeyProductName);
     NSLog(QStringLiteral("Install"));
-    QMetaObject::invokeMethod(this, [this] { animateProgress(QStringLiteral("YES")); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { animateProgress(QStringLiteral("YES")); }, Qt::QueuedConnection);
 
     quitProcesses();
     if (const auto name = processToQuitStillRunning()) {
@@ -65,8 +67,9 @@ void InstallerWinController::installThread()
     std::optional<QString> message;
     if (const auto name = processToQuitStillRunning()) {
         NSLog(QStringLiteral("%@ refused to quit; installation cancelled"), *name);
-        message = stringWithFormat(
-            NSLocalizedString(QStringLiteral("%1$@ cannot be running during the installation.\rQuit %1$@, then click \"Install\" again.")),
+        message = stringWithFormat(NSLocalizedString(QStringLiteral(
+                                       "%1$@ cannot be running during the installation.\rQuit "
+                                       "%1$@, then click \"Install\" again.")),
             *name);
     } else if (const auto failure = installMyselfInDestination()) {
         if (failure->isEmpty()) {
@@ -74,13 +77,15 @@ void InstallerWinController::installThread()
         } else {
             message = stringWithFormat(NSLocalizedString(*failure), productName);
             if (!hasArgument(RZInstallerKeyWrapperPath))
-                *message += stringWithFormat(
-                    QStringLiteral("\r%@"),
-                    stringWithFormat(NSLocalizedString(QStringLiteral("Try installing %1$@ manually by copying it to the Applications folder.")),
-                                     productName));
+                *message += stringWithFormat(QStringLiteral("\r%@"),
+                    stringWithFormat(
+                        NSLocalizedString(QStringLiteral("Try installing %1$@ manually by copying "
+                                                         "it to the Applications folder.")),
+                        productName));
         }
     }
-    QMetaObject::invokeMethod(this, [this, message] { installationFinished(message); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, message] { installationFinished(message); }, Qt::QueuedConnection);
 }
 
 QList<RZProcessRef> InstallerWinController::processesToQuit() const
@@ -93,7 +98,8 @@ QList<RZProcessRef> InstallerWinController::processesToQuit() const
     const RZProcessRef self = RZProcess::currentProcess();
     QList<RZProcessRef> matching;
     for (const RZProcessRef& process : RZProcess::allProcesses()) {
-        if (signatureIsInArray(process->signature(), quitCode) && !(self && process->isEqual(*self)))
+        if (signatureIsInArray(process->signature(), quitCode)
+            && !(self && process->isEqual(*self)))
             matching.append(process);
     }
     return matching;
@@ -111,7 +117,8 @@ void InstallerWinController::quitProcesses()
 std::optional<QString> InstallerWinController::processToQuitStillRunning()
 {
     for (const RZProcessRef& process : processesToQuit()) {
-        NSLog(QStringLiteral("Still running '%@': %@"), process->signatureString(), process->name());
+        NSLog(
+            QStringLiteral("Still running '%@': %@"), process->signatureString(), process->name());
         return process->name().value_or(QString());
     }
     return std::nullopt;

@@ -14,8 +14,8 @@
 #include <QFileInfo>
 
 #include <cstdlib>
-#include <fcntl.h>
 #include <cstring>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -58,10 +58,12 @@ int main(int argc, char* argv[])
     }
     const QString source = QFile::decodeName(argv[1]);
     const QString destination = QFile::decodeName(argv[2]);
-    const std::optional<QString> wrapper = argc == 4 ? std::optional(QFile::decodeName(argv[3])) : std::nullopt;
-    struct stat st {};
+    const std::optional<QString> wrapper
+        = argc == 4 ? std::optional(QFile::decodeName(argv[3])) : std::nullopt;
+    struct stat st { };
     const QByteArray parent = QFile::encodeName(QFileInfo(destination).path());
-    if (::lstat(parent.constData(), &st) != 0 || !S_ISDIR(st.st_mode) || ::lstat(argv[1], &st) != 0) {
+    if (::lstat(parent.constData(), &st) != 0 || !S_ISDIR(st.st_mode)
+        || ::lstat(argv[1], &st) != 0) {
         NSLog(QStringLiteral("train: the source or the destination's folder is missing"));
         return kBadArguments;
     }
@@ -71,12 +73,13 @@ int main(int argc, char* argv[])
     if (const char* uid = std::getenv("PKEXEC_UID")) {
         char* end = nullptr;
         const long value = std::strtol(uid, &end, 10);
-        if (const passwd* pw = (end && *end == '\0' && value >= 0) ? ::getpwuid(uid_t(value)) : nullptr)
+        if (const passwd* pw
+            = (end && *end == '\0' && value >= 0) ? ::getpwuid(uid_t(value)) : nullptr)
             owner = { pw->pw_uid, pw->pw_gid, QFile::decodeName(pw->pw_dir) };
     }
     InstallOptions options;
     options.mode = CopyMode::SystemWide;
-    options.noteChanged = [](const QString&) { };
+    options.noteChanged = [](const QString&) {};
     options.trash = [&owner](const QString& current, const QString& original) {
         const QString trashed = moveToTrashAs(current, original, &owner);
         if (trashed.isEmpty())
@@ -86,8 +89,11 @@ int main(int argc, char* argv[])
         return true;
     };
     switch (InstallApplication(source, destination, wrapper, options)) {
-    case 0: return 0;
-    case 1: return kNotTrashed;
-    default: return kCopyFailed;
+    case 0:
+        return 0;
+    case 1:
+        return kNotTrashed;
+    default:
+        return kCopyFailed;
     }
 }

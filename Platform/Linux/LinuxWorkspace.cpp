@@ -1,9 +1,10 @@
 // The workspace on Linux. Recycling uses the freedesktop.org Trash. Registering a bundle writes a
 // desktop entry for it (name, icon, quoted Exec on its executable, StartupWMClass) into the user's
-// applications folder ($XDG_DATA_HOME/applications), or the system's (/usr/local/share/applications)
-// when running as root; an entry for the same bundle is replaced. Opening a bundle starts its
-// executable detached in its own session, so the installer quitting does not take it down; other
-// files go to xdg-open, which fails (exit 3) where the desktop has no handler.
+// applications folder ($XDG_DATA_HOME/applications), or the system's
+// (/usr/local/share/applications) when running as root; an entry for the same bundle is replaced.
+// Opening a bundle starts its executable detached in its own session, so the installer quitting
+// does not take it down; other files go to xdg-open, which fails (exit 3) where the desktop has no
+// handler.
 
 #include "Platform/Foundation/Bundle.h"
 #include "Platform/Foundation/DesktopEntry.h"
@@ -28,7 +29,10 @@ extern char** environ;
 
 namespace {
 
-bool isBundle(const QString& path) { return path.endsWith(QStringLiteral(".app")) && QFileInfo(path).isDir(); }
+bool isBundle(const QString& path)
+{
+    return path.endsWith(QStringLiteral(".app")) && QFileInfo(path).isDir();
+}
 
 QString iconFileOf(const Bundle& bundle)
 {
@@ -44,7 +48,8 @@ QString quoteExec(const QString& arg)
 {
     QString out = QStringLiteral("\"");
     for (const QChar c : arg) {
-        if (c == QLatin1Char('"') || c == QLatin1Char('`') || c == QLatin1Char('$') || c == QLatin1Char('\\'))
+        if (c == QLatin1Char('"') || c == QLatin1Char('`') || c == QLatin1Char('$')
+            || c == QLatin1Char('\\'))
             out += QLatin1Char('\\');
         if (c == QLatin1Char('%'))
             out += QLatin1Char('%');
@@ -55,7 +60,8 @@ QString quoteExec(const QString& arg)
 
 QString escapeValue(QString value)
 {
-    return value.replace(QLatin1Char('\\'), QStringLiteral("\\\\")).replace(QLatin1Char('\n'), QStringLiteral("\\n"));
+    return value.replace(QLatin1Char('\\'), QStringLiteral("\\\\"))
+        .replace(QLatin1Char('\n'), QStringLiteral("\\n"));
 }
 
 bool spawnDetached(const QString& program, const QStringList& args)
@@ -118,7 +124,8 @@ public:
             return false;
         QProcess open;
         open.start(QStringLiteral("xdg-open"), { path });
-        return open.waitForFinished(10000) && open.exitStatus() == QProcess::NormalExit && open.exitCode() == 0;
+        return open.waitForFinished(10000) && open.exitStatus() == QProcess::NormalExit
+            && open.exitCode() == 0;
     }
 
     OSStatus lsRegisterURL(const QString& path, bool) override
@@ -129,7 +136,8 @@ public:
         const QString exe = bundle.executablePath();
         if (exe.isEmpty())
             return procNotFound;
-        const QString folder = ::geteuid() == 0 ? QStringLiteral("/usr/local/share/applications") : dataHome() + QStringLiteral("/applications");
+        const QString folder = ::geteuid() == 0 ? QStringLiteral("/usr/local/share/applications")
+                                                : dataHome() + QStringLiteral("/applications");
         QDir().mkpath(folder);
         QString id = bundle.bundleIdentifier();
         if (id.isEmpty())
@@ -149,7 +157,11 @@ public:
         QSaveFile file(folder + QLatin1Char('/') + id + QStringLiteral(".desktop"));
         if (!file.open(QIODevice::WriteOnly) || file.write(entry) != entry.size() || !file.commit())
             return ioErr;
-        QProcess::execute(QStringLiteral("sh"), { QStringLiteral("-c"), QStringLiteral("command -v update-desktop-database >/dev/null && update-desktop-database -q \"$0\" || true"), folder });
+        QProcess::execute(QStringLiteral("sh"),
+            { QStringLiteral("-c"),
+                QStringLiteral("command -v update-desktop-database >/dev/null && "
+                               "update-desktop-database -q \"$0\" || true"),
+                folder });
         return noErr;
     }
 
@@ -165,7 +177,9 @@ private:
     static QString dataHome()
     {
         const QString data = qEnvironmentVariable("XDG_DATA_HOME");
-        return data.isEmpty() || !QDir::isAbsolutePath(data) ? QDir::homePath() + QStringLiteral("/.local/share") : data;
+        return data.isEmpty() || !QDir::isAbsolutePath(data)
+            ? QDir::homePath() + QStringLiteral("/.local/share")
+            : data;
     }
 };
 
@@ -179,4 +193,7 @@ Workspace& Workspace::shared()
     return w ? *w : linuxWorkspace;
 }
 
-void Workspace::setShared(Workspace* workspace) { sharedWorkspace.store(workspace); }
+void Workspace::setShared(Workspace* workspace)
+{
+    sharedWorkspace.store(workspace);
+}

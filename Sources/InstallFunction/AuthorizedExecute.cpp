@@ -20,7 +20,8 @@ QString privilegeHelper()
 OSStatus AuthorizedExecute(const QString& toolPath, const QStringList& arguments)
 {
     const QByteArray tool = QFile::encodeName(toolPath);
-    QList<QByteArray> storage { QFile::encodeName(privilegeHelper()), "--disable-internal-agent", tool };
+    QList<QByteArray> storage { QFile::encodeName(privilegeHelper()), "--disable-internal-agent",
+        tool };
     for (const QString& a : arguments)
         storage.append(a.toUtf8());
     std::vector<char*> argv;
@@ -29,7 +30,8 @@ OSStatus AuthorizedExecute(const QString& toolPath, const QStringList& arguments
     argv.push_back(nullptr);
 
     pid_t pid = 0;
-    if (const int rc = ::posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ); rc != 0) {
+    if (const int rc = ::posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ);
+        rc != 0) {
         NSLog(QStringLiteral("AuthorizationExecuteWithPrivileges failed (%s)"), tool.constData());
         return errAuthorizationToolExecuteFailure;
     }
@@ -60,9 +62,9 @@ OSStatus AuthorizedExecute(const QString& toolPath, const QStringList& arguments
     return -1;
 }
 
-bool authorizedInstallWith(const QString& toolPath, const QString& source, const QString& destination,
-                           const std::optional<QString>& wrapper, bool* canceled,
-                           const std::function<void(bool running)>& progress)
+bool authorizedInstallWith(const QString& toolPath, const QString& source,
+    const QString& destination, const std::optional<QString>& wrapper, bool* canceled,
+    const std::function<void(bool running)>& progress)
 {
     if (canceled)
         *canceled = false;

@@ -26,6 +26,6 @@ OSStatus AuthorizedExecute(const QString& toolPath, const QStringList& arguments
 
 /// The privileged copy: the tool gets exactly (source, destination[, wrapper]). progress(false)
 /// is called before the password dialog comes up and progress(true) after it.
-bool authorizedInstallWith(const QString& toolPath, const QString& source, const QString& destination,
-                           const std::optional<QString>& wrapper, bool* canceled,
-                           const std::function<void(bool running)>& progress);
+bool authorizedInstallWith(const QString& toolPath, const QString& source,
+    const QString& destination, const std::optional<QString>& wrapper, bool* canceled,
+    const std::function<void(bool running)>& progress);

@@ -14,7 +14,10 @@ constexpr int kMaxDepth = 256;
 
 struct Fd {
     int fd = -1;
-    explicit Fd(int f) : fd(f) { }
+    explicit Fd(int f)
+        : fd(f)
+    {
+    }
     ~Fd()
     {
         if (fd != -1)
@@ -24,7 +27,10 @@ struct Fd {
     Fd& operator=(const Fd&) = delete;
 };
 
-std::optional<SystemError> fail(const char* call) { return SystemError { call, errno }; }
+std::optional<SystemError> fail(const char* call)
+{
+    return SystemError { call, errno };
+}
 
 mode_t modeFor(mode_t source, CopyMode mode)
 {
@@ -80,7 +86,8 @@ std::optional<SystemError> copyData(int in, int out, off_t size)
                 break; // the file shrank under us: what is there is copied
             if (errno == EINTR)
                 continue;
-            if (errno != EXDEV && errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP && errno != EPERM)
+            if (errno != EXDEV && errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP
+                && errno != EPERM)
                 return fail("copy_file_range");
             kernelCopy = false; // fall back to read/write from where we are
             if (::lseek(in, done, SEEK_SET) == -1 || ::lseek(out, done, SEEK_SET) == -1)
@@ -106,19 +113,20 @@ std::optional<SystemError> copyData(int in, int out, off_t size)
     return std::nullopt;
 }
 
-std::optional<SystemError> copyItem(int srcDir, const QByteArray& srcName, int dstDir, const QByteArray& dstName,
-                                    CopyMode mode, int depth)
+std::optional<SystemError> copyItem(int srcDir, const QByteArray& srcName, int dstDir,
+    const QByteArray& dstName, CopyMode mode, int depth)
 {
     if (depth > kMaxDepth)
         return SystemError { "copy", ELOOP };
-    struct stat st {};
+    struct stat st { };
     if (::fstatat(srcDir, srcName.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0)
         return fail("fstatat");
     const timespec times[2] = { st.st_atim, st.st_mtim };
 
     if (S_ISLNK(st.st_mode)) {
         std::vector<char> target(size_t(st.st_size > 0 ? st.st_size : PATH_MAX) + 1);
-        const ssize_t n = ::readlinkat(srcDir, srcName.constData(), target.data(), target.size() - 1);
+        const ssize_t n
+            = ::readlinkat(srcDir, srcName.constData(), target.data(), target.size() - 1);
         if (n < 0)
             return fail("readlinkat");
         target[size_t(n)] = '\0';
@@ -132,7 +140,8 @@ std::optional<SystemError> copyItem(int srcDir, const QByteArray& srcName, int d
         const Fd in(::openat(srcDir, srcName.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
         if (in.fd == -1)
             return fail("openat");
-        const Fd out(::openat(dstDir, dstName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        const Fd out(::openat(dstDir, dstName.constData(),
+            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (out.fd == -1)
             return fail("openat");
         if (auto error = copyData(in.fd, out.fd, st.st_size))
@@ -178,15 +187,15 @@ int openFolder(int dir, const QByteArray& name)
     return ::openat(dir, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-std::optional<SystemError> copyTree(int srcDir, const QByteArray& srcName, int dstDir, const QByteArray& dstName,
-                                    CopyMode mode)
+std::optional<SystemError> copyTree(
+    int srcDir, const QByteArray& srcName, int dstDir, const QByteArray& dstName, CopyMode mode)
 {
     return copyItem(srcDir, srcName, dstDir, dstName, mode, 0);
 }
 
 std::optional<SystemError> removeTree(int dir, const QByteArray& name)
 {
-    struct stat st {};
+    struct stat st { };
     if (::fstatat(dir, name.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0)
         return fail("fstatat");
     if (S_ISDIR(st.st_mode)) {
@@ -214,7 +223,7 @@ std::optional<SystemError> chownTree(int dir, const QByteArray& name, uid_t uid,
 {
     if (::fchownat(dir, name.constData(), uid, gid, AT_SYMLINK_NOFOLLOW) != 0)
         return fail("fchownat");
-    struct stat st {};
+    struct stat st { };
     if (::fstatat(dir, name.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(st.st_mode))
         return std::nullopt;
     const Fd folder(openFolder(dir, name));

@@ -15,14 +15,14 @@ struct SystemError {
 };
 
 enum class CopyMode {
-    AsIs,       // modes as the source has them
+    AsIs, // modes as the source has them
     SystemWide, // setuid/setgid cleared, group and others never writable (the privileged tool)
 };
 
 /// Copies the item srcName in srcDir to dstName in dstDir, which must not exist. Paths are
 /// relative to the folder descriptors and never follow a link in their last component.
-std::optional<SystemError> copyTree(int srcDir, const QByteArray& srcName, int dstDir, const QByteArray& dstName,
-                                    CopyMode mode = CopyMode::AsIs);
+std::optional<SystemError> copyTree(int srcDir, const QByteArray& srcName, int dstDir,
+    const QByteArray& dstName, CopyMode mode = CopyMode::AsIs);
 
 /// Removes an item and everything below it, without following links.
 std::optional<SystemError> removeTree(int dir, const QByteArray& name);

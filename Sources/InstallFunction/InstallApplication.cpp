@@ -18,7 +18,10 @@
 
 namespace {
 
-QByteArray encoded(const QString& path) { return QFile::encodeName(path); }
+QByteArray encoded(const QString& path)
+{
+    return QFile::encodeName(path);
+}
 
 void logError(const SystemError& e)
 {
@@ -27,12 +30,13 @@ void logError(const SystemError& e)
 
 bool exists(int dir, const QByteArray& name)
 {
-    struct stat st {};
+    struct stat st { };
     return ::fstatat(dir, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 /// Copies path to (dir, name); the source may be anywhere.
-std::optional<SystemError> copyPathInto(const QString& source, int dir, const QByteArray& name, CopyMode mode)
+std::optional<SystemError> copyPathInto(
+    const QString& source, int dir, const QByteArray& name, CopyMode mode)
 {
     const QFileInfo info(source);
     const int sourceDir = openFolder(AT_FDCWD, encoded(info.absolutePath()));
@@ -46,8 +50,8 @@ std::optional<SystemError> copyPathInto(const QString& source, int dir, const QB
 /// Staging folders left by a run that was killed: ".<name>.staging-<pid>-<random>" whose pid no
 /// longer runs. Such a folder holds either a partial new copy or, when the run died between the
 /// exchange and the trash, the complete old copy: it goes to the Trash, never away.
-void trashStaleStaging(int dir, const QString& parent, const QByteArray& name, const QString& destination,
-                       const std::function<bool(const QString&, const QString&)>& trash)
+void trashStaleStaging(int dir, const QString& parent, const QByteArray& name,
+    const QString& destination, const std::function<bool(const QString&, const QString&)>& trash)
 {
     const QByteArray prefix = stagingPrefix(name);
     const int dup = ::dup(dir);
@@ -77,10 +81,13 @@ void trashStaleStaging(int dir, const QString& parent, const QByteArray& name, c
 
 } // namespace
 
-QByteArray stagingPrefix(const QByteArray& name) { return "." + name + ".staging-"; }
+QByteArray stagingPrefix(const QByteArray& name)
+{
+    return "." + name + ".staging-";
+}
 
-int InstallApplication(const QString& source, const QString& destination, const std::optional<QString>& wrapper,
-                       const InstallOptions& options)
+int InstallApplication(const QString& source, const QString& destination,
+    const std::optional<QString>& wrapper, const InstallOptions& options)
 {
     const auto noteChanged = [&](const QString& path) {
         if (options.noteChanged)
@@ -96,7 +103,9 @@ int InstallApplication(const QString& source, const QString& destination, const 
     if (wrapper) {
         if (QFileInfo::exists(parent)) {
             const int parentFd = openFolder(AT_FDCWD, encoded(parent));
-            const QStringList entries = QDir(*wrapper).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Unsorted);
+            const QStringList entries = QDir(*wrapper).entryList(
+                QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                QDir::Unsorted);
             for (const QString& entry : entries) {
                 const QString d = parent + QLatin1Char('/') + entry;
                 const QByteArray name = encoded(entry);
@@ -106,7 +115,8 @@ int InstallApplication(const QString& source, const QString& destination, const 
                         logError(*e);
                     }
                 }
-                if (const auto e = copyPathInto(*wrapper + QLatin1Char('/') + entry, parentFd, name, options.mode)) {
+                if (const auto e = copyPathInto(
+                        *wrapper + QLatin1Char('/') + entry, parentFd, name, options.mode)) {
                     NSLog(QStringLiteral("ERROR -- Could not copy auxiliary item to %@"), d);
                     logError(*e);
                     ::close(parentFd);
@@ -119,8 +129,9 @@ int InstallApplication(const QString& source, const QString& destination, const 
         } else {
             const QFileInfo parentInfo(parent);
             const int grandParent = openFolder(AT_FDCWD, encoded(parentInfo.absolutePath()));
-            const auto e = grandParent == -1 ? std::optional(SystemError { "openat", errno })
-                                             : copyPathInto(*wrapper, grandParent, encoded(parentInfo.fileName()), options.mode);
+            const auto e = grandParent == -1
+                ? std::optional(SystemError { "openat", errno })
+                : copyPathInto(*wrapper, grandParent, encoded(parentInfo.fileName()), options.mode);
             if (grandParent != -1)
                 ::close(grandParent);
             if (e) {
@@ -134,7 +145,7 @@ int InstallApplication(const QString& source, const QString& destination, const 
 
     // The privileged tool refuses a destination folder reached through a link.
     const int dir = options.mode == CopyMode::SystemWide ? openFolderWithoutLinks(encoded(parent))
-                                                          : openFolder(AT_FDCWD, encoded(parent));
+                                                         : openFolder(AT_FDCWD, encoded(parent));
     if (dir == -1) {
         NSLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
         logError({ "openat", errno });
@@ -173,7 +184,8 @@ int InstallApplication(const QString& source, const QString& destination, const 
         return failCopy({ "renameat2", errno });
     ::fsync(dir);
     const QString old = parent + QLatin1Char('/') + QFile::decodeName(staging);
-    const bool trashed = options.trash ? options.trash(old, destination) : Workspace::shared().recycleAs(old, destination);
+    const bool trashed = options.trash ? options.trash(old, destination)
+                                       : Workspace::shared().recycleAs(old, destination);
     if (!trashed) {
         const int saved = errno;
         // Put the old copy back where it was and drop the new one.

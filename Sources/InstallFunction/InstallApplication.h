@@ -20,8 +20,8 @@ struct InstallOptions {
 
 /// 0 copied, 1 the existing copy could not be moved to the Trash (it is back in place), 2 an
 /// auxiliary item, the wrapper or the application could not be copied (the old copy untouched).
-int InstallApplication(const QString& source, const QString& destination, const std::optional<QString>& wrapper,
-                       const InstallOptions& options = {});
+int InstallApplication(const QString& source, const QString& destination,
+    const std::optional<QString>& wrapper, const InstallOptions& options = {});
 
 /// The prefix of staging folders beside a destination named `name`.
 QByteArray stagingPrefix(const QByteArray& name);
