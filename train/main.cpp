@@ -9,6 +9,7 @@
 #include "InstallApplication.h"
 #include "Platform/Foundation/Log.h"
 #include "Platform/Linux/FreedesktopTrash.h"
+#include "Platform/Workspace.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -90,6 +91,8 @@ int main(int argc, char* argv[])
     };
     switch (InstallApplication(source, destination, wrapper, options)) {
     case 0:
+        // Installed for every user: the system's applications folder knows it too.
+        Workspace::shared().lsRegisterURL(destination, true);
         return 0;
     case 1:
         return kNotTrashed;

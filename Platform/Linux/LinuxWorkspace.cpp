@@ -1,7 +1,8 @@
 // The workspace on Linux. Recycling uses the freedesktop.org Trash. Registering a bundle writes a
 // desktop entry for it (name, icon, quoted Exec on its executable, StartupWMClass) into the user's
 // applications folder ($XDG_DATA_HOME/applications), or the system's
-// (/usr/local/share/applications) when running as root; an entry for the same bundle is replaced.
+// (/usr/local/share/applications) for the privileged tool (root without a data home); the entry
+// for the same bundle is replaced.
 // Opening a bundle starts its executable detached in its own session, so the installer quitting
 // does not take it down; other files go to xdg-open, which fails (exit 3) where the desktop has no
 // handler.
@@ -136,8 +137,10 @@ public:
         const QString exe = bundle.executablePath();
         if (exe.isEmpty())
             return procNotFound;
-        const QString folder = ::geteuid() == 0 ? QStringLiteral("/usr/local/share/applications")
-                                                : dataHome() + QStringLiteral("/applications");
+        // Root without a data home of its own (the privileged tool) registers for every user.
+        const bool system = ::geteuid() == 0 && qEnvironmentVariableIsEmpty("XDG_DATA_HOME");
+        const QString folder = system ? QStringLiteral("/usr/local/share/applications")
+                                      : dataHome() + QStringLiteral("/applications");
         QDir().mkpath(folder);
         QString id = bundle.bundleIdentifier();
         if (id.isEmpty())
