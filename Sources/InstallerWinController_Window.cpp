@@ -9,6 +9,7 @@
 #include "Platform/Foundation/Log.h"
 #include "RZInstallerInterface.h"
 #include "RZUtilities.h"
+#include "SoundExtensions.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -269,4 +270,12 @@ void InstallerWinController::terminate()
 
 void InstallerWinController::bringInstallerToFront() { }
 
-void InstallerWinController::playDoneSound() { }
+void InstallerWinController::playDoneSound()
+{
+    if (argument(RZInstallerCompletionSound) != QStringLiteral("YES"))
+        return;
+    if (const auto sound = NSSound::soundNamed(QStringLiteral("Done"))) {
+        sound->setVolume(NSSound::alertVolume());
+        sound->playAsSoundEffect();
+    }
+}

@@ -11,6 +11,8 @@
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Velkaro"));
+    QCoreApplication::setApplicationName(QStringLiteral("Installer"));
     QApplication::setQuitOnLastWindowClosed(
         InstallerWinController::applicationShouldTerminateAfterLastWindowClosed());
     installStringTables(app);

@@ -8,6 +8,8 @@ set -uo pipefail
 source "$(dirname "$0")/../support/e2e-lib.bash"
 e2e_init "$1"
 e2e_display
+e2e_sound
+pactl load-module module-null-sink sink_name=events sink_properties=device.intended_roles=event >/dev/null
 SUPPORT=$(cd "$(dirname "$0")/../support" && pwd)
 
 install_old_copy() { # version
@@ -28,13 +30,17 @@ echo "# 1. a running older copy is quit, replaced and relaunched; the installer 
 install_old_copy 1.0
 "$old/Contents/Linux/Demo" >/dev/null 2>&1 & oldpid=$!
 sleep 0.7
-start_installer -completionQuit 2
+e2e_record events
+start_installer -completionQuit 2 -completionSound YES
 check "the window shows the running copy's place as the destination" grep -qE "destinationPath = \"?$old\"?;" "$LOG"
 e2e_key "$WIN" Return
 check "the run ends with success" e2e_wait_log 'quit delay: 2.0' 30
 result_at=$(date +%s.%N)
 for _ in $(seq 60); do kill -0 "$INSTALLER_PID" 2>/dev/null || break; sleep 0.05; done
 ended_at=$(date +%s.%N)
+e2e_stop_recording
+peak=$(e2e_peak events)
+check "the completion sound was heard on the event device (peak ${peak:-none})" awk -v p="${peak:-0}" 'BEGIN { exit !(p > 0.1) }'
 check "the installer quit about 2 s after the result" awk -v a="$result_at" -v b="$ended_at" 'BEGIN { d = b - a; exit !(d > 1.5 && d < 3.0) }'
 check "the old copy was asked to quit" grep -q "quit Demo: terminated after" "$LOG"
 check "the old process is gone" bash -c "! kill -0 $oldpid 2>/dev/null"

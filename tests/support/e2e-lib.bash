@@ -45,7 +45,10 @@ e2e_sound() { # a sound server with two null sinks; event sounds are routed to "
 
 e2e_record() { # sink: records its monitor into $T/<sink>.wav until e2e_stop_recording
   parecord --device="$1.monitor" --file-format=wav --format=s16le --rate=44100 --channels=2 "$T/$1.wav" &
-  RECORDER=$!; sleep 1.5
+  RECORDER=$!
+  # A monitor needs a lead-in: wait until the recording really captures, then a little more.
+  for _ in $(seq 100); do [ "$(stat -c %s "$T/$1.wav" 2>/dev/null || echo 0)" -gt 32768 ] && break; sleep 0.05; done
+  sleep 0.3
 }
 
 e2e_stop_recording() { sleep 0.5; kill -INT "$RECORDER" 2>/dev/null; wait "$RECORDER" 2>/dev/null || true; }

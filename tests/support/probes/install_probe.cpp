@@ -12,5 +12,6 @@ int main(int argc, char* argv[])
     const QStringList args = QCoreApplication::arguments();
     if (args.size() < 3)
         return 64;
-    return InstallApplication(args.at(1), args.at(2), args.size() > 3 ? std::optional(args.at(3)) : std::nullopt);
+    return InstallApplication(
+        args.at(1), args.at(2), args.size() > 3 ? std::optional(args.at(3)) : std::nullopt);
 }
