@@ -1,0 +1,159 @@
+#include "PrivateDesktop.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QThread>
+
+#include <csignal>
+#include <unistd.h>
+
+namespace {
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired()) {
+        if (condition())
+            return true;
+        QThread::msleep(50);
+    }
+    return condition();
+}
+} // namespace
+
+PrivateDesktop::PrivateDesktop()
+    : m_home(QDir::tempPath() + QStringLiteral("/private-desktop-%1").arg(::getpid()))
+{
+    QDir().mkpath(m_home);
+}
+
+PrivateDesktop::~PrivateDesktop()
+{
+    // Last started first: programs, then the buses, then the window manager, then the server.
+    for (auto it = m_processes.rbegin(); it != m_processes.rend(); ++it) {
+        QProcess* p = *it;
+        if (p->state() != QProcess::NotRunning) {
+            ::kill(-pid_t(p->processId()), SIGTERM);
+            if (!p->waitForFinished(3000)) {
+                ::kill(-pid_t(p->processId()), SIGKILL);
+                p->waitForFinished(3000);
+            }
+        }
+        delete p;
+    }
+    QDir(m_home).removeRecursively();
+}
+
+QProcess* PrivateDesktop::launch(const QString& program, const QStringList& arguments)
+{
+    auto* p = new QProcess;
+    p->setChildProcessModifier([] { ::setpgid(0, 0); });
+    p->setProcessEnvironment(environment());
+    p->start(program, arguments);
+    m_processes << p;
+    return p;
+}
+
+QProcess* PrivateDesktop::start(
+    const QString& program, const QStringList& arguments, const QProcessEnvironment& extra)
+{
+    QProcessEnvironment env = environment();
+    env.insert(extra);
+    auto* p = new QProcess;
+    p->setChildProcessModifier([] { ::setpgid(0, 0); });
+    p->setProcessEnvironment(env);
+    p->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    p->start(program, arguments);
+    m_processes << p;
+    return p;
+}
+
+bool PrivateDesktop::fail(const QString& message)
+{
+    m_error = message;
+    return false;
+}
+
+QProcessEnvironment PrivateDesktop::environment() const
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("HOME"), m_home);
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    env.remove(QStringLiteral("AT_SPI_BUS_ADDRESS"));
+    if (!m_display.isEmpty())
+        env.insert(QStringLiteral("DISPLAY"), m_display);
+    if (!m_sessionBus.isEmpty())
+        env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_sessionBus);
+    else
+        env.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+    return env;
+}
+
+bool PrivateDesktop::startDisplay(bool withWindowManager)
+{
+    QProcess* xvfb = launch(QStringLiteral("Xvfb"),
+        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+            QStringLiteral("0"), QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
+            QStringLiteral("tcp") });
+    const QString number = waitForLine(xvfb, QString(), 10000);
+    if (number.isEmpty())
+        return fail(QStringLiteral("Xvfb did not start"));
+    m_display = QLatin1Char(':') + number;
+    if (!withWindowManager)
+        return true;
+    launch(QStringLiteral("openbox"), { QStringLiteral("--sm-disable") });
+    // The window manager is ready once it names its check window on the root window.
+    const bool ready = waitUntil(
+        [this] {
+            QProcess xprop;
+            xprop.setProcessEnvironment(environment());
+            xprop.start(QStringLiteral("xprop"),
+                { QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK") });
+            xprop.waitForFinished(3000);
+            return xprop.readAllStandardOutput().contains("window id");
+        },
+        10000);
+    return ready || fail(QStringLiteral("openbox did not start"));
+}
+
+bool PrivateDesktop::startAccessibilityBus()
+{
+    QProcess* bus = launch(QStringLiteral("dbus-daemon"),
+        { QStringLiteral("--session"), QStringLiteral("--nofork"),
+            QStringLiteral("--print-address=1") });
+    m_sessionBus = waitForLine(bus, QString(), 10000);
+    if (m_sessionBus.isEmpty())
+        return fail(QStringLiteral("dbus-daemon did not start"));
+    launch(QStringLiteral("/usr/libexec/at-spi-bus-launcher"),
+        { QStringLiteral("--launch-immediately") });
+    const QString name = QStringLiteral("private-desktop-probe");
+    const bool ready = waitUntil(
+        [&] {
+            QDBusConnection c = QDBusConnection::connectToBus(m_sessionBus, name);
+            const QDBusReply<QString> reply = c.call(QDBusMessage::createMethodCall(
+                QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
+                QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress")));
+            QDBusConnection::disconnectFromBus(name);
+            return reply.isValid() && !reply.value().isEmpty();
+        },
+        10000);
+    return ready || fail(QStringLiteral("at-spi-bus-launcher did not start"));
+}
+
+QString waitForLine(QProcess* process, const QString& prefix, int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired()) {
+        while (process->canReadLine()) {
+            const QString line = QString::fromLocal8Bit(process->readLine()).trimmed();
+            if (line.startsWith(prefix))
+                return line;
+        }
+        if (process->state() == QProcess::NotRunning && !process->canReadLine())
+            return {};
+        process->waitForReadyRead(int(std::max<qint64>(1, deadline.remainingTime())));
+    }
+    return {};
+}
