@@ -35,12 +35,14 @@ PrivateDesktop::~PrivateDesktop()
     for (auto it = m_processes.rbegin(); it != m_processes.rend(); ++it) {
         QProcess* p = *it;
         if (p->state() != QProcess::NotRunning) {
-            ::kill(-pid_t(p->processId()), SIGTERM);
-            if (!p->waitForFinished(3000)) {
-                ::kill(-pid_t(p->processId()), SIGKILL);
-                p->waitForFinished(3000);
-            }
+            ::kill(-pid_t(p->property("group").toLongLong()), SIGTERM);
+            p->waitForFinished(3000);
         }
+        // Helpers of a daemon (the accessibility bus's own dbus-daemon and registry) may ignore
+        // the polite request and outlive their leader: the group goes as a whole.
+        if (const auto group = pid_t(p->property("group").toLongLong()); group > 0)
+            ::kill(-group, SIGKILL);
+        p->waitForFinished(3000);
         delete p;
     }
     QDir(m_home).removeRecursively();
@@ -52,6 +54,7 @@ QProcess* PrivateDesktop::launch(const QString& program, const QStringList& argu
     p->setChildProcessModifier([] { ::setpgid(0, 0); });
     p->setProcessEnvironment(environment());
     p->start(program, arguments);
+    p->setProperty("group", p->processId());
     m_processes << p;
     return p;
 }
@@ -66,6 +69,7 @@ QProcess* PrivateDesktop::start(
     p->setProcessEnvironment(env);
     p->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     p->start(program, arguments);
+    p->setProperty("group", p->processId());
     m_processes << p;
     return p;
 }
@@ -86,8 +90,9 @@ QProcessEnvironment PrivateDesktop::environment() const
         env.insert(QStringLiteral("DISPLAY"), m_display);
     if (!m_sessionBus.isEmpty())
         env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_sessionBus);
-    else
-        env.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+    else // an address that leads nowhere: D-Bus would otherwise launch a session bus itself
+        env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+            QStringLiteral("unix:path=") + m_home + QStringLiteral("/no-session-bus"));
     return env;
 }
 

@@ -45,9 +45,11 @@ int main(int argc, char* argv[])
         const QString line = QString::fromLocal8Bit(buffer).trimmed();
         const QString command = line.section(QLatin1Char(' '), 0, 0);
         const QString argument = line.section(QLatin1Char(' '), 1);
-        if (command == QLatin1String("title"))
+        if (command == QLatin1String("title")) {
+            // Qt tells assistive technology of a new window title only through the name.
             window.setWindowTitle(argument);
-        else if (command == QLatin1String("text"))
+            window.setAccessibleName(argument);
+        } else if (command == QLatin1String("text"))
             edit->setText(argument);
         else if (command == QLatin1String("activate")) {
             window.raise();

@@ -1,0 +1,152 @@
+// AT-SPI observers against a real accessibility bus and real accessible Qt applications on a
+// private desktop: subscribed notifications arrive with the platform's names, only from the
+// observed process; without any accessibility bus the observer cannot be created.
+
+#include "Platform/Accessibility.h"
+
+#include "PrivateDesktop.h"
+#include "TestSupport.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
+
+#include <gmock/gmock.h>
+
+namespace {
+struct Received {
+    QString notification;
+    std::optional<AXElement> element;
+    void* refcon;
+};
+std::vector<Received> g_received;
+
+void callback(AXObserverRef, const AXElement* element, const QString& notification, void* refcon)
+{
+    g_received.push_back(
+        { notification, element ? std::optional(*element) : std::nullopt, refcon });
+}
+
+bool spinUntil(const std::function<bool()>& condition, int timeoutMs = 10000)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!condition() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    return condition();
+}
+
+void spinFor(int ms)
+{
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < ms)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+const Received* find(const QString& notification)
+{
+    for (const Received& r : g_received) {
+        if (r.notification == notification)
+            return &r;
+    }
+    return nullptr;
+}
+} // namespace
+
+TEST(AccessibilityObserver, WithoutAnAccessibilityBusTheObserverCannotBeCreated)
+{
+    const QByteArray session = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+    QTemporaryDir emptyRuntime;
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qunsetenv("AT_SPI_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", emptyRuntime.path().toLocal8Bit());
+    Accessibility& ax = Accessibility::shared();
+    AXUIElementRef element = ax.createApplication(::getpid());
+    ASSERT_NE(element, nullptr);
+    AXObserverRef observer = nullptr;
+    EXPECT_NE(ax.observerCreate(::getpid(), callback, &observer), kAXErrorSuccess);
+    EXPECT_EQ(observer, nullptr);
+    EXPECT_NE(
+        ax.observerAddNotification(observer, element, QStringLiteral("AXTitleChanged"), nullptr),
+        kAXErrorSuccess);
+    ax.releaseElement(element);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", session);
+    qputenv("XDG_RUNTIME_DIR", runtime);
+}
+
+TEST(AccessibilityObserver, DeliversSubscribedNotificationsOfTheObservedApplicationOnly)
+{
+    PrivateDesktop desktop;
+    ASSERT_TRUE(desktop.startDisplay()) << desktop.error().toStdString();
+    ASSERT_TRUE(desktop.startAccessibilityBus()) << desktop.error().toStdString();
+    QProcessEnvironment accessible;
+    accessible.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
+    const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
+    QProcess* watched = desktop.start(program, { QStringLiteral("Watched") }, accessible);
+    QProcess* other = desktop.start(program, { QStringLiteral("Other") }, accessible);
+    const QStringList watchedReady
+        = waitForLine(watched, QStringLiteral("ready")).split(QLatin1Char(' '));
+    const QStringList otherReady
+        = waitForLine(other, QStringLiteral("ready")).split(QLatin1Char(' '));
+    ASSERT_EQ(watchedReady.size(), 3);
+    ASSERT_EQ(otherReady.size(), 3);
+    const auto pid = pid_t(watchedReady[2].toInt());
+
+    qputenv("DBUS_SESSION_BUS_ADDRESS", desktop.sessionBusAddress().toLocal8Bit());
+    Accessibility& ax = Accessibility::shared();
+    AXUIElementRef element = ax.createApplication(pid);
+    AXObserverRef observer = nullptr;
+    ASSERT_EQ(ax.observerCreate(pid, callback, &observer), kAXErrorSuccess);
+    int refcon = 0;
+    for (const char* name : { "AXTitleChanged", "AXFocusedWindowChanged", "AXValueChanged" })
+        EXPECT_EQ(ax.observerAddNotification(observer, element, QString::fromLatin1(name), &refcon),
+            kAXErrorSuccess)
+            << name;
+    EXPECT_EQ(
+        ax.observerAddNotification(observer, element, QStringLiteral("AXNoSuchThing"), &refcon),
+        kAXErrorNotificationUnsupported);
+    ax.addObserverToRunLoop(observer);
+
+    auto tell = [](QProcess* p, const char* command) {
+        p->write(command);
+        p->write("\n");
+        return !waitForLine(p, QStringLiteral("ok")).isEmpty();
+    };
+    auto activate = [&](const QStringList& ready) {
+        QProcess xdotool;
+        xdotool.setProcessEnvironment(desktop.environment());
+        xdotool.start(QStringLiteral("xdotool"),
+            { QStringLiteral("windowactivate"), QStringLiteral("--sync"), ready[1] });
+        return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
+    };
+
+    // The other application's changes are not the observer's business.
+    ASSERT_TRUE(activate(otherReady));
+    ASSERT_TRUE(tell(other, "title Other renamed"));
+    spinFor(1000);
+    EXPECT_TRUE(g_received.empty()) << g_received.front().notification.toStdString();
+
+    ASSERT_TRUE(activate(watchedReady));
+    ASSERT_TRUE(spinUntil([] { return find(QStringLiteral("AXFocusedWindowChanged")); }));
+    ASSERT_TRUE(tell(watched, "title Watched renamed"));
+    ASSERT_TRUE(spinUntil([] { return find(QStringLiteral("AXTitleChanged")); }));
+    const Received* title = find(QStringLiteral("AXTitleChanged"));
+    ASSERT_TRUE(title->element);
+    EXPECT_EQ(title->element->pid, pid);
+    EXPECT_EQ(title->element->name, QStringLiteral("Watched renamed"));
+    EXPECT_EQ(title->refcon, &refcon);
+    ASSERT_TRUE(tell(watched, "text typed"));
+    EXPECT_TRUE(spinUntil([] { return find(QStringLiteral("AXValueChanged")); }));
+
+    // After removal and off the run loop nothing more arrives.
+    EXPECT_EQ(ax.observerRemoveNotification(observer, element, QStringLiteral("AXTitleChanged")),
+        kAXErrorSuccess);
+    g_received.clear();
+    ASSERT_TRUE(tell(watched, "title Again"));
+    spinFor(1000);
+    EXPECT_FALSE(find(QStringLiteral("AXTitleChanged")));
+    ax.removeObserverFromRunLoop(observer);
+    ax.releaseObserver(observer);
+    ax.releaseElement(element);
+}
