@@ -123,8 +123,16 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
         QString spec = QStringLiteral("%");
         while (j < n && QStringLiteral("-+ #0'").contains(format[j]))
             spec += format[j++];
-        while (j < n && (format[j].isDigit() || format[j] == QLatin1Char('.')))
-            spec += format[j++];
+        // Width and precision are capped: a huge one would only exhaust memory.
+        QString number;
+        while (j < n && (format[j].isDigit() || format[j] == QLatin1Char('.'))) {
+            number += format[j++];
+        }
+        for (const QString& part : number.split(QLatin1Char('.'))) {
+            if (part.size() > 3)
+                number.clear();
+        }
+        spec += number;
         while (j < n && QStringLiteral("hlqLzjt").contains(format[j]))
             ++j; // lengths do not matter: every argument carries its own type
         if (j >= n) {

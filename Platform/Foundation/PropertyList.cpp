@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTimeZone>
 
 #include <plist/plist.h>
@@ -51,9 +52,10 @@ std::optional<QVariant> convert(plist_t node, int depth)
         return QVariant(d);
     }
     case PLIST_STRING: {
-        char* s = nullptr;
-        plist_get_string_val(node, &s);
-        return QVariant(takeString(s));
+        // The pointer form: the copying getter asserts when a string holds a NUL character.
+        uint64_t length = 0;
+        const char* s = plist_get_string_ptr(node, &length);
+        return QVariant(s ? QString::fromUtf8(s, qsizetype(length)) : QString());
     }
     case PLIST_DATE: {
         int32_t sec = 0, usec = 0;
@@ -62,12 +64,9 @@ std::optional<QVariant> convert(plist_t node, int depth)
             QDateTime::fromMSecsSinceEpoch((kPlistEpoch + sec) * 1000 + usec / 1000, Qt::UTC));
     }
     case PLIST_DATA: {
-        char* d = nullptr;
-        uint64_t len = 0;
-        plist_get_data_val(node, &d, &len);
-        QByteArray bytes(d, qsizetype(len));
-        std::free(d);
-        return QVariant(bytes);
+        uint64_t length = 0;
+        const char* d = plist_get_data_ptr(node, &length);
+        return QVariant(QByteArray(d, d ? qsizetype(length) : 0));
     }
     case PLIST_UID: {
         uint64_t u = 0;
@@ -119,6 +118,11 @@ std::optional<QVariant> convert(plist_t node, int depth)
 // see a node. Both forms are measured here first, without recursion.
 bool xmlNestingIsSane(const QByteArray& data)
 {
+    // A character reference to NUL ("&#0;", "&#x00;") would make libplist assert.
+    static const QRegularExpression nul(
+        QStringLiteral("&#(x0*|0+);"), QRegularExpression::CaseInsensitiveOption);
+    if (data.contains("&#") && QString::fromLatin1(data).contains(nul))
+        return false;
     int depth = 0;
     for (qsizetype i = data.indexOf('<'); i >= 0; i = data.indexOf('<', i + 1)) {
         const char* p = data.constData() + i + 1;
@@ -183,7 +187,8 @@ bool binaryNestingIsSane(const QByteArray& data)
             return false;
         const uchar marker = bytes[offset];
         const int type = marker >> 4;
-        if (type != 0xA && type != 0xC && type != 0xD)
+        const bool string = type == 0x5 || type == 0x6;
+        if (type != 0xA && type != 0xC && type != 0xD && !string)
             continue;
         uint64_t count = marker & 0xF;
         uint64_t refs = offset + 1;
@@ -195,6 +200,17 @@ bool binaryNestingIsSane(const QByteArray& data)
                 return false;
             count = readBigEndian(bytes + refs + 1, intSize);
             refs += 1 + intSize;
+        }
+        if (string) {
+            // libplist asserts on strings (and dictionary keys) that hold a NUL character.
+            const uint64_t unit = type == 0x6 ? 2 : 1;
+            if (count > uint64_t(size) || refs + count * unit > tableOffset)
+                return false;
+            for (uint64_t i = 0; i < count; ++i) {
+                if (bytes[refs + i * unit] == 0 && (unit == 1 || bytes[refs + i * unit + 1] == 0))
+                    return false;
+            }
+            continue;
         }
         const uint64_t children = type == 0xD ? 2 * count : count;
         if (children > objectCount * 2 || refs + children * refSize > tableOffset)

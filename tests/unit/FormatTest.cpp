@@ -26,6 +26,8 @@ TEST(CocoaFormat, Conversions)
         { "%5d|%-4d|", { 42, 7 }, "   42|7   |" },
         { "tail %", {}, "tail %" },
         { "%@", { QVariant(true) }, "1" },
+        { "%99999999999d|%.99999999s", { 5, "abc" }, "5|abc" },
+        { "%*d", { 5 }, "%*d" },
     };
     for (const auto& c : cases)
         EXPECT_EQ(cocoaFormat(c.format, c.args), c.expected) << c.format.toStdString();

@@ -4,7 +4,6 @@
 #include "TestSupport.h"
 
 #include <QDateTime>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -106,13 +105,19 @@ TEST(PropertyList, BadFilesAreAbsentNeverPartial)
         { "deeply nested xml", deepXml },
         { "deeply nested binary", deepBinary },
         { "array at the top", xmlPropertyList(QVariantList { 1, 2 }) },
+        { "xml key with a NUL reference",
+            QByteArray("<plist><dict><key>a&#0;b</key><string>x</string></dict></plist>") },
+        // A dictionary whose key is a UTF-16 string holding NUL: {"\0" = "x"}.
+        { "binary key with a NUL",
+            QByteArray::fromHex("62706c6973743030d10102610000517808") + QByteArray::fromHex("0b0e")
+                + QByteArray(6, '\0') + QByteArray::fromHex("0101")
+                + QByteArray::fromHex("0000000000000003") + QByteArray::fromHex("0000000000000000")
+                + QByteArray::fromHex("0000000000000010") },
     };
     QTemporaryDir dir;
     for (const auto& c : cases) {
         const QString path = dir.filePath(QString::fromUtf8(c.what));
         ASSERT_TRUE(writeFile(path, c.data));
-        QElapsedTimer timer;
-        timer.start();
         EXPECT_FALSE(dictionaryFromPropertyListFile(path).has_value()) << c.what;
     }
     EXPECT_FALSE(
