@@ -3,6 +3,7 @@
 // observed process; without any accessibility bus the observer cannot be created.
 
 #include "Platform/Accessibility.h"
+#include "RZProcessNotifications.h"
 
 #include "PrivateDesktop.h"
 #include "TestSupport.h"
@@ -43,6 +44,22 @@ void spinFor(int ms)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
+/// A process object of the kind the class makes, for one real process.
+class WatchedProcess : public RZProcessNotifications<WatchedProcess> {
+public:
+    explicit WatchedProcess(pid_t pid)
+        : m_pid(pid)
+    {
+    }
+    ~WatchedProcess() { unregisterAXNotifications(); }
+    static void cleanupCache() { }
+    pid_t unixPID() const { return m_pid; }
+    QString description() const { return QStringLiteral("Process \"Watched\" (WTCH) 1.0"); }
+
+private:
+    pid_t m_pid;
+};
+
 const Received* find(const QString& notification)
 {
     for (const Received& r : g_received) {
@@ -51,6 +68,29 @@ const Received* find(const QString& notification)
     }
     return nullptr;
 }
+/// One desktop with an accessibility bus for the tests that need it: libatspi connects to one
+/// accessibility bus per process and cannot move to another.
+class AccessibilityBusTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        desktop = new PrivateDesktop;
+        if (!desktop->startDisplay() || !desktop->startAccessibilityBus())
+            failure = desktop->error();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", desktop->sessionBusAddress().toLocal8Bit());
+    }
+    static void TearDownTestSuite()
+    {
+        delete desktop;
+        desktop = nullptr;
+        qputenv("DBUS_SESSION_BUS_ADDRESS", savedSessionBus);
+    }
+    void SetUp() override { ASSERT_TRUE(failure.isEmpty()) << failure.toStdString(); }
+
+    static inline PrivateDesktop* desktop = nullptr;
+    static inline QString failure;
+    static inline const QByteArray savedSessionBus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+};
 } // namespace
 
 TEST(AccessibilityObserver, WithoutAnAccessibilityBusTheObserverCannotBeCreated)
@@ -75,16 +115,37 @@ TEST(AccessibilityObserver, WithoutAnAccessibilityBusTheObserverCannotBeCreated)
     qputenv("XDG_RUNTIME_DIR", runtime);
 }
 
-TEST(AccessibilityObserver, DeliversSubscribedNotificationsOfTheObservedApplicationOnly)
+TEST(AccessibilityObserver, WithoutABusAddingTwiceLogsTheObserverOnceAndTheAdditionTwice)
 {
-    PrivateDesktop desktop;
-    ASSERT_TRUE(desktop.startDisplay()) << desktop.error().toStdString();
-    ASSERT_TRUE(desktop.startAccessibilityBus()) << desktop.error().toStdString();
+    const QByteArray session = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+    QTemporaryDir emptyRuntime;
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", emptyRuntime.path().toLocal8Bit());
+    LogRecorder log;
+    {
+        WatchedProcess process(::getpid());
+        process.addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+        process.addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+    }
+    EXPECT_THAT(log.lines(),
+        ::testing::ElementsAre(
+            "AX Notifications: Could not create observer for Process \"Watched\" (WTCH) 1.0",
+            "AX Notifications: Could not add notification AXFocusedWindowChanged for Process "
+            "\"Watched\" (WTCH) 1.0",
+            "AX Notifications: Could not add notification AXFocusedWindowChanged for Process "
+            "\"Watched\" (WTCH) 1.0"));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", session);
+    qputenv("XDG_RUNTIME_DIR", runtime);
+}
+
+TEST_F(AccessibilityBusTest, DeliversSubscribedNotificationsOfTheObservedApplicationOnly)
+{
     QProcessEnvironment accessible;
     accessible.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
     const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
-    QProcess* watched = desktop.start(program, { QStringLiteral("Watched") }, accessible);
-    QProcess* other = desktop.start(program, { QStringLiteral("Other") }, accessible);
+    QProcess* watched = desktop->start(program, { QStringLiteral("Watched") }, accessible);
+    QProcess* other = desktop->start(program, { QStringLiteral("Other") }, accessible);
     const QStringList watchedReady
         = waitForLine(watched, QStringLiteral("ready")).split(QLatin1Char(' '));
     const QStringList otherReady
@@ -93,7 +154,6 @@ TEST(AccessibilityObserver, DeliversSubscribedNotificationsOfTheObservedApplicat
     ASSERT_EQ(otherReady.size(), 3);
     const auto pid = pid_t(watchedReady[2].toInt());
 
-    qputenv("DBUS_SESSION_BUS_ADDRESS", desktop.sessionBusAddress().toLocal8Bit());
     Accessibility& ax = Accessibility::shared();
     AXUIElementRef element = ax.createApplication(pid);
     AXObserverRef observer = nullptr;
@@ -115,7 +175,7 @@ TEST(AccessibilityObserver, DeliversSubscribedNotificationsOfTheObservedApplicat
     };
     auto activate = [&](const QStringList& ready) {
         QProcess xdotool;
-        xdotool.setProcessEnvironment(desktop.environment());
+        xdotool.setProcessEnvironment(desktop->environment());
         xdotool.start(QStringLiteral("xdotool"),
             { QStringLiteral("windowactivate"), QStringLiteral("--sync"), ready[1] });
         return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
@@ -149,4 +209,63 @@ TEST(AccessibilityObserver, DeliversSubscribedNotificationsOfTheObservedApplicat
     ax.removeObserverFromRunLoop(observer);
     ax.releaseObserver(observer);
     ax.releaseElement(element);
+}
+
+TEST_F(AccessibilityBusTest, FocusingAndRetitlingGiveProcessUINotifications)
+{
+    QProcessEnvironment accessible;
+    accessible.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
+    const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
+    QProcess* watched = desktop->start(program, { QStringLiteral("Watched") }, accessible);
+    QProcess* other = desktop->start(program, { QStringLiteral("Other") });
+    const QStringList watchedReady
+        = waitForLine(watched, QStringLiteral("ready")).split(QLatin1Char(' '));
+    const QStringList otherReady
+        = waitForLine(other, QStringLiteral("ready")).split(QLatin1Char(' '));
+    ASSERT_EQ(watchedReady.size(), 3);
+    ASSERT_EQ(otherReady.size(), 3);
+    auto activate = [&](const QStringList& ready) {
+        QProcess xdotool;
+        xdotool.setProcessEnvironment(desktop->environment());
+        xdotool.start(QStringLiteral("xdotool"),
+            { QStringLiteral("windowactivate"), QStringLiteral("--sync"), ready[1] });
+        return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
+    };
+    ASSERT_TRUE(activate(otherReady));
+
+    LogRecorder log;
+    WatchedProcess process(pid_t(watchedReady[2].toInt()));
+    QList<Notification> posted;
+    const auto token = NotificationCenter::defaultCenter().addObserver(
+        RZProcessUINotification, &process, [&](const Notification& n) { posted << n; });
+    process.addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+    process.addAXNotification(QStringLiteral("AXTitleChanged"));
+    EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join(QLatin1Char('\n')).toStdString();
+    auto events = [&] {
+        QStringList names;
+        for (const Notification& n : posted)
+            names << n.userInfo.value(QStringLiteral("event")).toString();
+        return names;
+    };
+
+    // The application learns of our listeners asynchronously: retitle until it reports.
+    for (int i = 0; i < 40 && !events().contains(QStringLiteral("AXTitleChanged")); ++i) {
+        watched->write(QStringLiteral("title Probe %1\n").arg(i).toUtf8());
+        spinUntil([&] { return events().contains(QStringLiteral("AXTitleChanged")); }, 250);
+    }
+    ASSERT_TRUE(events().contains(QStringLiteral("AXTitleChanged")));
+    spinFor(300);
+    posted.clear();
+
+    ASSERT_TRUE(activate(watchedReady));
+    ASSERT_TRUE(spinUntil([&] {
+        return events().contains(QStringLiteral("AXFocusedWindowChanged"));
+    })) << events().join(QLatin1Char(' ')).toStdString();
+    watched->write("title Retitled\n");
+    ASSERT_TRUE(spinUntil([&] { return events().contains(QStringLiteral("AXTitleChanged")); }))
+        << events().join(QLatin1Char(' ')).toStdString();
+    const Notification& title = posted[events().indexOf(QStringLiteral("AXTitleChanged"))];
+    EXPECT_EQ(title.userInfo.value(QStringLiteral("element")).value<AXElement>().name,
+        QStringLiteral("Retitled"));
+    NotificationCenter::defaultCenter().removeObserver(token);
 }
