@@ -67,6 +67,11 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     nameField->setFont(nameFont);
     checkmarkField->setPixmap(checkmarkPixmap(40, window->devicePixelRatioF()));
     messageField->setForegroundRole(QPalette::Highlight);
+    QSizePolicy keepSpace = progressIndicator->sizePolicy();
+    keepSpace.setRetainSizeWhenHidden(true);
+    progressIndicator->setSizePolicy(keepSpace);
+    progressIndicator->hide();
+    helpButton->setFixedWidth(helpButton->sizeHint().height() + 8);
 
     connect(installButton, &QPushButton::clicked, this, [this] {
         installModifiers = QGuiApplication::keyboardModifiers();

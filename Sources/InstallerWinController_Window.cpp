@@ -206,11 +206,10 @@ void InstallerWinController::openDocumentation()
 
 void InstallerWinController::animateProgress(const std::optional<QString>& start)
 {
-    // A range of 0..0 is the toolkit's indeterminate (busy) animation.
-    if (start)
-        progressIndicator->setRange(0, 0);
-    else
-        progressIndicator->setRange(0, 1);
+    // A range of 0..0 is the toolkit's indeterminate (busy) animation; a stopped indicator is
+    // hidden, as the platform's indeterminate indicators are when they do not animate.
+    progressIndicator->setRange(0, start ? 0 : 1);
+    progressIndicator->setVisible(start.has_value());
 }
 
 void InstallerWinController::showSystemVersionAlert()
@@ -218,6 +217,7 @@ void InstallerWinController::showSystemVersionAlert()
     auto* alert = new QMessageBox(window);
     systemVersionAlert = alert;
     alert->setWindowModality(Qt::WindowModal);
+    alert->setWindowTitle(window->windowTitle());
     alert->setIcon(QMessageBox::Information);
     // The stop sign, as the alert's own icon.
     alert->setIconPixmap(

@@ -201,8 +201,10 @@ TEST_F(WindowTest, FinalMessageAndProgress)
     auto w = start(source());
     w->animateProgress(QStringLiteral("YES"));
     EXPECT_EQ(w->progressIndicator->maximum(), 0) << "busy";
+    EXPECT_FALSE(w->progressIndicator->isHidden());
     w->animateProgress(std::nullopt);
     EXPECT_NE(w->progressIndicator->maximum(), 0);
+    EXPECT_TRUE(w->progressIndicator->isHidden());
     w->showFinalMessage(QStringLiteral("%@ was successfully installed."));
     EXPECT_EQ(w->introField->text(), QStringLiteral("Foo was successfully installed."));
     EXPECT_TRUE(w->finished);

@@ -1,0 +1,22 @@
+#pragma once
+// An X server (Xvfb) with a window manager (openbox) for a test, on a free display; both are
+// stopped when the object goes. DISPLAY is set while it lives.
+
+#include <QProcess>
+#include <QString>
+
+class XvfbSession {
+public:
+    explicit XvfbSession(bool withWindowManager = true);
+    ~XvfbSession();
+    bool ok() const { return m_ok; }
+    QString display() const { return m_display; }
+    void stopWindowManager();
+
+private:
+    QProcess m_xvfb;
+    QProcess m_wm;
+    QString m_display;
+    QByteArray m_savedDisplay;
+    bool m_ok = false;
+};
