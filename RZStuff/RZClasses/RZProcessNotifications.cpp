@@ -40,8 +40,8 @@ OSStatus ApplicationStartEndHandler(EventHandlerCallRef, EventRef event, void* u
         break;
     }
     NotificationQueue::defaultQueue().enqueueNotification(
-        Notification { RZProcessChangeNotification, theClass->sender,
-            { { QStringLiteral("change"), change } } },
+        Notification {
+            RZProcessChangeNotification, theClass, { { QStringLiteral("change"), change } } },
         PostWhenIdle);
     return noErr;
 }

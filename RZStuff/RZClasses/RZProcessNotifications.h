@@ -21,16 +21,15 @@
 extern const QString RZProcessChangeNotification;
 extern const QString RZProcessUINotification;
 
-/// The class as the launch/quit handler sees it (its user data): what to do on a launch and on a
-/// termination, and the sender of the notification.
+/// The class as the launch/quit handler sees it: its user data, and the sender of the
+/// notification. It says what to do on a launch and on a termination.
 struct RZProcessClassInfo {
     void (*applicationStarted)();
     void (*applicationEnded)();
-    NotificationSender sender;
 };
 
-/// Handles one launch (kind 5), termination (6) or front switch (7) event; userData is the
-/// RZProcessClassInfo of the class. Answers 0.
+/// Handles one launch (kind 5), termination (6) or front switch (7) event; userData is the class
+/// (its RZProcessClassInfo, which also sends the notification). Answers 0.
 OSStatus ApplicationStartEndHandler(EventHandlerCallRef call, EventRef event, void* userData);
 
 /// Turns one accessibility notification into "RZProcessUINotification"; refcon is the object.
@@ -60,8 +59,8 @@ public:
     }
     /// Grows on every launch and termination: two readings differ when one happened in between.
     static int applicationLaunchEndCount() { return appLaunchEndCount.load(); }
-    /// The class as a notification sender.
-    static NotificationSender classObject() { return &senderTag; }
+    /// The class itself: the launch/quit handler's user data and the notification's sender.
+    static const RZProcessClassInfo* classObject() { return &classInfo; }
 
     /// Creates the accessibility element and observer once; a failure is logged and not retried.
     void installAXObserver()
@@ -127,7 +126,6 @@ protected:
 private:
     static inline std::atomic<bool> notificationsInstalled { false };
     static inline std::atomic<int> appLaunchEndCount { 0 };
-    static inline const char senderTag = 0;
     static inline const RZProcessClassInfo classInfo { &RZProcessNotifications::applicationStarted,
-        &RZProcessNotifications::applicationEnded, &senderTag };
+        &RZProcessNotifications::applicationEnded };
 };

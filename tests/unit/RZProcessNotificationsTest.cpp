@@ -3,9 +3,11 @@
 // uses a class of its own: SampleProcess<N>.
 
 #include "RZProcessNotifications.h"
+#include "RZProcess.h"
 
 #include "FakeAccessibility.h"
 #include "FakeApplicationEventSource.h"
+#include "FakeProcessManager.h"
 #include "Platform/Foundation/NotificationQueue.h"
 #include "TestSupport.h"
 
@@ -40,13 +42,14 @@ private:
     pid_t m_pid;
 };
 
-/// Records what the default center posts, from the time it is made.
+/// Records what the default center posts under one name from one sender, from the time it is
+/// made (the real launch/quit watcher may be running in this process too).
 class Posted {
 public:
-    Posted()
+    explicit Posted(const QString& name = QString(), NotificationSender sender = nullptr)
     {
         m_token = NotificationCenter::defaultCenter().addObserver(
-            QString(), nullptr, [this](const Notification& n) { m_list << n; });
+            name, sender, [this](const Notification& n) { m_list << n; });
     }
     ~Posted() { NotificationCenter::defaultCenter().removeObserver(m_token); }
     QList<Notification> take()
@@ -88,7 +91,7 @@ TEST(RZProcessNotifications, EachEventKindGivesItsWordCounterAndCacheCleanup)
     FakeApplicationEventSource source;
     SampleProcess<3>::installNotifications();
     ASSERT_EQ(source.handlers.size(), 1u);
-    Posted posted;
+    Posted posted(RZProcessChangeNotification, SampleProcess<3>::classObject());
     const struct {
         uint32_t kind;
         const char* word;
@@ -122,7 +125,7 @@ TEST(RZProcessNotifications, EventsOfOnePassArriveAsOneNotification)
 {
     FakeApplicationEventSource source;
     SampleProcess<4>::installNotifications();
-    Posted posted;
+    Posted posted(RZProcessChangeNotification, SampleProcess<4>::classObject());
     const int before = SampleProcess<4>::applicationLaunchEndCount();
     source.send(kEventAppLaunched);
     source.send(kEventAppTerminated);
@@ -171,8 +174,8 @@ TEST_F(AXNotificationsTest, ElementFailureIsTriedAgainOnTheNextAddition)
 
 TEST_F(AXNotificationsTest, HandlerSendsElementAndEventFromTheObject)
 {
-    Posted posted;
     SampleProcess<5> process(79);
+    Posted posted(RZProcessUINotification, &process);
     process.addAXNotification(QStringLiteral("AXTitleChanged"));
     process.addAXNotification(QStringLiteral("AXWindowCreated"));
     EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join("\n").toStdString();
@@ -209,4 +212,106 @@ TEST_F(AXNotificationsTest, DestructionReleasesElementAndObserverOffTheRunLoop)
             "removeFromRunLoop", "releaseObserver"));
     EXPECT_EQ(ax.liveElements, 0);
     EXPECT_EQ(ax.liveObservers, 0);
+}
+
+// The process class itself, with its cache, against a fake process table.
+class RZProcessClassNotificationsTest : public ::testing::Test {
+protected:
+    RZProcessClassNotificationsTest()
+    {
+        RZProcess::resetForTesting();
+        manager.add(11, QStringLiteral("Alive"), QStringLiteral("ALIV"));
+        manager.add(12, QStringLiteral("Gone"), QStringLiteral("GONE"));
+    }
+    ~RZProcessClassNotificationsTest() override { RZProcess::resetForTesting(); }
+    static QList<pid_t> cachedPids()
+    {
+        QList<pid_t> pids;
+        for (const RZProcessRef& p :
+            RZProcess::cachedProcessesEnumerator().value_or(QList<RZProcessRef>()))
+            pids << pid_t(p->serialNumber().lowLongOfPSN);
+        return pids;
+    }
+    static void send(uint32_t kind)
+    {
+        const ApplicationEvent event { kEventClassApplication, kind, 0 };
+        ApplicationStartEndHandler(
+            nullptr, &event, const_cast<RZProcessClassInfo*>(RZProcess::classObject()));
+    }
+
+    FakeProcessManager manager;
+    FakeAccessibility ax;
+    LogRecorder log;
+};
+
+TEST_F(
+    RZProcessClassNotificationsTest, OnlyTerminationCleansTheCacheAndOnlyLaunchAndTerminationCount)
+{
+    const struct {
+        uint32_t kind;
+        const char* word;
+        int counted;
+        QList<pid_t> cachedAfter;
+    } cases[] = {
+        { kEventAppLaunched, "started", 1, { 12, 11 } },
+        { kEventAppTerminated, "ended", 1, { 11 } },
+        { kEventAppFrontSwitched, "front", 0, { 12, 11 } },
+    };
+    for (const auto& c : cases) {
+        RZProcess::resetForTesting();
+        manager.find({ 1, 12 })->running = true;
+        const std::weak_ptr<RZProcess> alive = RZProcess::processWithPID(11);
+        const std::weak_ptr<RZProcess> gone = RZProcess::processWithPID(12);
+        manager.find({ 1, 12 })->running = false;
+        Posted posted(RZProcessChangeNotification, RZProcess::classObject());
+        const int before = RZProcess::applicationLaunchEndCount();
+        send(c.kind);
+        // Before the queue posts anything, the cache is already as the observers will see it.
+        EXPECT_EQ(NotificationQueue::defaultQueue().pendingNotifications().size(), 1) << c.word;
+        EXPECT_EQ(cachedPids(), c.cachedAfter) << c.word;
+        EXPECT_EQ(gone.expired(), c.cachedAfter.size() == 1) << "the cache owned it";
+        EXPECT_EQ(RZProcess::applicationLaunchEndCount() - before, c.counted) << c.word;
+        const QList<Notification> list = posted.take();
+        ASSERT_EQ(list.size(), 1) << c.word;
+        EXPECT_EQ(list[0].userInfo, (QVariantMap { { "change", QString::fromUtf8(c.word) } }));
+    }
+}
+
+TEST_F(
+    RZProcessClassNotificationsTest, ObjectSendsItsAccessibilityNotificationsAndReleasesItsObserver)
+{
+    std::weak_ptr<RZProcess> weak;
+    {
+        const RZProcessRef process = RZProcess::processWithPID(12);
+        weak = process;
+        Posted posted(RZProcessUINotification, process.get());
+        process->addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+        ASSERT_EQ(ax.deliver(12, QStringLiteral("AXFocusedWindowChanged"), nullptr), 1);
+        const QList<Notification> list = posted.take();
+        ASSERT_EQ(list.size(), 1);
+        EXPECT_EQ(list[0].userInfo.value("event"), QStringLiteral("AXFocusedWindowChanged"));
+        EXPECT_EQ(list[0].userInfo.value("element"), QVariant(QStringLiteral("")));
+    }
+    manager.find({ 1, 12 })->running = false;
+    send(kEventAppTerminated);
+    EXPECT_TRUE(weak.expired());
+    EXPECT_EQ(ax.liveElements, 0);
+    EXPECT_EQ(ax.liveObservers, 0);
+    EXPECT_EQ(ax.calls.mid(ax.calls.size() - 3),
+        (QStringList { "releaseElement", "removeFromRunLoop", "releaseObserver" }));
+}
+
+TEST_F(RZProcessClassNotificationsTest, FailuresNameTheProcessByItsDescription)
+{
+    ax.observerCreateStatus = kAXErrorAPIDisabled;
+    const RZProcessRef process = RZProcess::processWithPID(11);
+    process->addAXNotification(QStringLiteral("AXValueChanged"));
+    process->addAXNotification(QStringLiteral("AXValueChanged"));
+    const QString description = process->description();
+    EXPECT_TRUE(description.startsWith(QStringLiteral("Process \"Alive\" (ALIV)")))
+        << description.toStdString();
+    EXPECT_EQ(log.lines(),
+        (QStringList { "AX Notifications: Could not create observer for " + description,
+            "AX Notifications: Could not add notification AXValueChanged for " + description,
+            "AX Notifications: Could not add notification AXValueChanged for " + description }));
 }
