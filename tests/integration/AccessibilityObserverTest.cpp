@@ -3,7 +3,7 @@
 // observed process; without any accessibility bus the observer cannot be created.
 
 #include "Platform/Accessibility.h"
-#include "RZProcessNotifications.h"
+#include "RZProcess.h"
 
 #include "PrivateDesktop.h"
 #include "TestSupport.h"
@@ -44,22 +44,6 @@ void spinFor(int ms)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
-/// A process object of the kind the class makes, for one real process.
-class WatchedProcess : public RZProcessNotifications<WatchedProcess> {
-public:
-    explicit WatchedProcess(pid_t pid)
-        : m_pid(pid)
-    {
-    }
-    ~WatchedProcess() { unregisterAXNotifications(); }
-    static void cleanupCache() { }
-    pid_t unixPID() const { return m_pid; }
-    QString description() const { return QStringLiteral("Process \"Watched\" (WTCH) 1.0"); }
-
-private:
-    pid_t m_pid;
-};
-
 const Received* find(const QString& notification)
 {
     for (const Received& r : g_received) {
@@ -93,28 +77,6 @@ protected:
 };
 } // namespace
 
-TEST(AccessibilityObserver, WithoutAnAccessibilityBusTheObserverCannotBeCreated)
-{
-    const QByteArray session = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-    QTemporaryDir emptyRuntime;
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    qunsetenv("AT_SPI_BUS_ADDRESS");
-    qputenv("XDG_RUNTIME_DIR", emptyRuntime.path().toLocal8Bit());
-    Accessibility& ax = Accessibility::shared();
-    AXUIElementRef element = ax.createApplication(::getpid());
-    ASSERT_NE(element, nullptr);
-    AXObserverRef observer = nullptr;
-    EXPECT_NE(ax.observerCreate(::getpid(), callback, &observer), kAXErrorSuccess);
-    EXPECT_EQ(observer, nullptr);
-    EXPECT_NE(
-        ax.observerAddNotification(observer, element, QStringLiteral("AXTitleChanged"), nullptr),
-        kAXErrorSuccess);
-    ax.releaseElement(element);
-    qputenv("DBUS_SESSION_BUS_ADDRESS", session);
-    qputenv("XDG_RUNTIME_DIR", runtime);
-}
-
 TEST(AccessibilityObserver, WithoutABusAddingTwiceLogsTheObserverOnceAndTheAdditionTwice)
 {
     const QByteArray session = qgetenv("DBUS_SESSION_BUS_ADDRESS");
@@ -123,18 +85,17 @@ TEST(AccessibilityObserver, WithoutABusAddingTwiceLogsTheObserverOnceAndTheAddit
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     qputenv("XDG_RUNTIME_DIR", emptyRuntime.path().toLocal8Bit());
     LogRecorder log;
-    {
-        WatchedProcess process(::getpid());
-        process.addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
-        process.addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
-    }
+    const RZProcessRef process = RZProcess::processWithPID(::getpid());
+    ASSERT_TRUE(process);
+    process->addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+    process->addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+    const QString description = process->description();
     EXPECT_THAT(log.lines(),
-        ::testing::ElementsAre(
-            "AX Notifications: Could not create observer for Process \"Watched\" (WTCH) 1.0",
-            "AX Notifications: Could not add notification AXFocusedWindowChanged for Process "
-            "\"Watched\" (WTCH) 1.0",
-            "AX Notifications: Could not add notification AXFocusedWindowChanged for Process "
-            "\"Watched\" (WTCH) 1.0"));
+        ::testing::ElementsAre("AX Notifications: Could not create observer for " + description,
+            "AX Notifications: Could not add notification AXFocusedWindowChanged for "
+                + description,
+            "AX Notifications: Could not add notification AXFocusedWindowChanged for "
+                + description));
     qputenv("DBUS_SESSION_BUS_ADDRESS", session);
     qputenv("XDG_RUNTIME_DIR", runtime);
 }
@@ -234,12 +195,13 @@ TEST_F(AccessibilityBusTest, FocusingAndRetitlingGiveProcessUINotifications)
     ASSERT_TRUE(activate(otherReady));
 
     LogRecorder log;
-    WatchedProcess process(pid_t(watchedReady[2].toInt()));
+    const RZProcessRef process = RZProcess::processWithPID(pid_t(watchedReady[2].toInt()));
+    ASSERT_TRUE(process);
     QList<Notification> posted;
     const auto token = NotificationCenter::defaultCenter().addObserver(
-        RZProcessUINotification, &process, [&](const Notification& n) { posted << n; });
-    process.addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
-    process.addAXNotification(QStringLiteral("AXTitleChanged"));
+        RZProcessUINotification, process.get(), [&](const Notification& n) { posted << n; });
+    process->addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+    process->addAXNotification(QStringLiteral("AXTitleChanged"));
     EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join(QLatin1Char('\n')).toStdString();
     auto events = [&] {
         QStringList names;

@@ -1,8 +1,8 @@
 // "RZProcessChangeNotification" from the real event sources: a real process started and ended
 // gives "started" and then "ended" and leaves the cache without it; activating another
-// application's window on a real X server with a window manager gives "front". The process class
-// here keeps a plain cache of pids that the termination handler cleans, as RZProcess's does.
+// application's window on a real X server with a window manager gives "front".
 
+#include "RZProcess.h"
 #include "RZProcessNotifications.h"
 
 #include "Platform/ApplicationEvents.h"
@@ -12,27 +12,15 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QFile>
 
 #include <gmock/gmock.h>
 
 namespace {
-QList<pid_t> g_cache;
-
-// One class per test: each installs its handler once, with the source its test made.
-template <int N> class CachedProcess : public RZProcessNotifications<CachedProcess<N>> {
+// A process class of the test's own for a source of the test's own: the class-wide handler of
+// RZProcess is installed once per run, on the process-wide source.
+template <int N> class OwnClass : public RZProcessNotifications<OwnClass<N>> {
 public:
-    static void cleanupCache()
-    {
-        g_cache.removeIf([](pid_t pid) {
-            QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-            if (!stat.open(QIODevice::ReadOnly))
-                return true;
-            const QByteArray text = stat.readAll();
-            const qsizetype paren = text.lastIndexOf(')');
-            return paren < 0 || text.mid(paren + 2, 1) == "Z";
-        });
-    }
+    static void cleanupCache() { }
     pid_t unixPID() const { return 0; }
     QString description() const { return {}; }
 };
@@ -50,11 +38,10 @@ protected:
     template <int N> void watchWith(ApplicationEventSource& source)
     {
         ApplicationEventSource::setShared(&source);
-        CachedProcess<N>::installNotifications();
-        m_token = NotificationCenter::defaultCenter().addObserver(RZProcessChangeNotification,
-            CachedProcess<N>::classObject(), [this](const Notification& n) {
+        OwnClass<N>::installNotifications();
+        m_token = NotificationCenter::defaultCenter().addObserver(
+            RZProcessChangeNotification, OwnClass<N>::classObject(), [this](const Notification& n) {
                 words << n.userInfo.value(QStringLiteral("change")).toString();
-                cacheHeldChild << g_cache.contains(child);
             });
     }
     ~ProcessChangeNotificationTest() override
@@ -64,36 +51,41 @@ protected:
     }
 
     QStringList words;
-    QList<bool> cacheHeldChild;
-    pid_t child = 0;
 
 private:
     NotificationCenter::ObserverToken m_token = 0;
 };
 } // namespace
 
-TEST_F(ProcessChangeNotificationTest, RealProcessGivesStartedThenEndedAndLeavesTheCache)
+TEST(RZProcessChangeNotification, RealProcessGivesStartedThenEndedAndLeavesTheCache)
 {
-    auto source = makeLinuxApplicationEventSource();
-    watchWith<1>(*source);
-    const int before = CachedProcess<1>::applicationLaunchEndCount();
+    QStringList words;
+    QList<bool> childCached;
+    ProcessSerialNumber child {};
+    const auto token = NotificationCenter::defaultCenter().addObserver(
+        RZProcessChangeNotification, RZProcess::classObject(), [&](const Notification& n) {
+            words << n.userInfo.value(QStringLiteral("change")).toString();
+            childCached << (RZProcess::indexOfCachedProcessWithSerialNumber(child) != NSNotFound);
+        });
+    RZProcess::currentProcess(); // the first object installs the handler on the real watcher
     QProcess process;
     process.start(QStringLiteral("sleep"), { QStringLiteral("30") });
     ASSERT_TRUE(process.waitForStarted());
-    child = pid_t(process.processId());
-    g_cache << child;
+    const RZProcessRef object = RZProcess::processWithPID(pid_t(process.processId()));
+    ASSERT_TRUE(object);
+    child = object->serialNumber();
     ASSERT_TRUE(spinUntil([&] { return words.contains(QStringLiteral("started")); }));
-    EXPECT_GT(CachedProcess<1>::applicationLaunchEndCount(), before);
     process.kill();
     process.waitForFinished();
     // Other users of the machine start and end processes too: wait for the termination that
     // took the child out of the cache.
     ASSERT_TRUE(spinUntil([&] {
         const qsizetype i = words.lastIndexOf(QStringLiteral("ended"));
-        return i >= 0 && !cacheHeldChild[i];
+        return i >= 0 && !childCached[i];
     })) << words.join(QLatin1Char(' ')).toStdString();
     EXPECT_LT(words.indexOf(QStringLiteral("started")), words.lastIndexOf(QStringLiteral("ended")));
-    EXPECT_FALSE(g_cache.contains(child));
+    EXPECT_EQ(RZProcess::indexOfCachedProcessWithSerialNumber(child), NSNotFound);
+    NotificationCenter::defaultCenter().removeObserver(token);
 }
 
 TEST_F(ProcessChangeNotificationTest, ActivatingAnotherApplicationsWindowGivesFront)
