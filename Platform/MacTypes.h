@@ -12,6 +12,7 @@ constexpr OSErr noErr = 0;
 constexpr OSErr procNotFound = -600; // no such process
 constexpr OSErr paramErr = -50; // bad argument
 constexpr OSErr appIsDaemon = -606; // no window server (or window manager) to act on
+constexpr OSErr ioErr = -36; // input or output failed
 constexpr OSErr gestaltUndefSelectorErr = -5551;
 constexpr OSStatus errAEEventNotHandled = -1708; // no handler for the event on this platform
 constexpr OSStatus errAuthorizationCanceled = -60006;

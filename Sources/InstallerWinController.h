@@ -11,9 +11,11 @@
 #include <QVariantMap>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 class QLabel;
+class RZProcess;
 class QProgressBar;
 class QPushButton;
 class QStackedWidget;
@@ -127,6 +129,7 @@ signals:
     void installRunEnded();
 
 private:
+    QList<std::shared_ptr<RZProcess>> processesToQuit() const;
     void loadIcon();
     void loadReadMe();
     void bringInstallerToFront();

@@ -268,3 +268,5 @@ void InstallerWinController::terminate()
 }
 
 void InstallerWinController::bringInstallerToFront() { }
+
+void InstallerWinController::playDoneSound() { }
