@@ -22,6 +22,11 @@ constexpr int kProcessTableIntervalMs = 250;
 
 class LinuxApplicationEventSource final : public ApplicationEventSource {
 public:
+    explicit LinuxApplicationEventSource(uid_t processOwner = ::getuid())
+        : m_table(QStringLiteral("/proc"), processOwner)
+    {
+    }
+
     EventTargetRef getApplicationEventTarget() override { return this; }
 
     OSStatus installEventHandler(EventTargetRef target, EventHandlerProcPtr handler,
@@ -66,11 +71,13 @@ private:
 
     void lookAtProcessTable()
     {
+        // Terminations go first: one look sees both at the same moment, and a handler whose
+        // notifications are merged per pass keeps the first, so the one that cleans caches wins.
         const ProcessTableChanges changes = m_table.update();
-        for (pid_t pid : changes.launched)
-            dispatch(kEventAppLaunched, pid);
         for (pid_t pid : changes.terminated)
             dispatch(kEventAppTerminated, pid);
+        for (pid_t pid : changes.launched)
+            dispatch(kEventAppLaunched, pid);
     }
 
     void dispatch(uint32_t kind, pid_t pid)
@@ -100,9 +107,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<ApplicationEventSource> makeLinuxApplicationEventSource()
+std::unique_ptr<ApplicationEventSource> makeLinuxApplicationEventSource(uid_t processOwner)
 {
-    return std::make_unique<LinuxApplicationEventSource>();
+    return std::make_unique<LinuxApplicationEventSource>(processOwner);
 }
 
 namespace {

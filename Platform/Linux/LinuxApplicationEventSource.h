@@ -6,4 +6,9 @@
 
 #include <memory>
 
-std::unique_ptr<ApplicationEventSource> makeLinuxApplicationEventSource();
+#include <sys/types.h>
+#include <unistd.h>
+
+/// Reports launches and terminations of processOwner's processes (the current user's by default).
+std::unique_ptr<ApplicationEventSource> makeLinuxApplicationEventSource(
+    uid_t processOwner = ::getuid());

@@ -109,7 +109,7 @@ bool PrivateDesktop::startDisplay(bool withWindowManager)
     m_display = QLatin1Char(':') + number;
     if (!withWindowManager)
         return true;
-    launch(QStringLiteral("openbox"), { QStringLiteral("--sm-disable") });
+    QProcess* wm = launch(QStringLiteral("openbox"), { QStringLiteral("--sm-disable") });
     // The window manager is ready once it names its check window on the root window.
     const bool ready = waitUntil(
         [this] {
@@ -121,7 +121,10 @@ bool PrivateDesktop::startDisplay(bool withWindowManager)
             return xprop.readAllStandardOutput().contains("window id");
         },
         10000);
-    return ready || fail(QStringLiteral("openbox did not start"));
+    return ready
+        || fail(QStringLiteral("openbox did not start on %1 (%2): %3")
+                    .arg(m_display, wm->state() == QProcess::Running ? "running" : "ended",
+                        QString::fromLocal8Bit(wm->readAllStandardError())));
 }
 
 bool PrivateDesktop::startAccessibilityBus()
