@@ -120,7 +120,7 @@ bool PrivateDesktop::startDisplay(bool withWindowManager)
             xprop.waitForFinished(3000);
             return xprop.readAllStandardOutput().contains("window id");
         },
-        10000);
+        20000);
     return ready
         || fail(QStringLiteral("openbox did not start on %1 (%2): %3")
                     .arg(m_display, wm->state() == QProcess::Running ? "running" : "ended",
