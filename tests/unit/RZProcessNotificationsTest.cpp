@@ -239,6 +239,9 @@ protected:
             nullptr, &event, const_cast<RZProcessClassInfo*>(RZProcess::classObject()));
     }
 
+    // Before any object exists: the class installs its handler on the fake, not on the real
+    // watcher, whose events would mix with the test's.
+    FakeApplicationEventSource source;
     FakeProcessManager manager;
     FakeAccessibility ax;
     LogRecorder log;
