@@ -5,6 +5,7 @@
 // used entry.
 
 #include "Platform/MacTypes.h"
+#include "RZProcessNotifications.h"
 
 #include <QDateTime>
 #include <QImage>
@@ -33,7 +34,8 @@ float proc_cpu_time(pid_t pid);
 /// minutes before the first colon, seconds after it. Exposed for tests.
 float parseProcessStatusTime(const QString& text);
 
-class RZProcess : public std::enable_shared_from_this<RZProcess> {
+class RZProcess : public std::enable_shared_from_this<RZProcess>,
+                  public RZProcessNotifications<RZProcess> {
 public:
     explicit RZProcess(const ProcessSerialNumber& psn); // use processWithSerialNumber
     ~RZProcess();
@@ -108,11 +110,11 @@ public:
     void temporarilySwitchOut();
 
     // --- Launch and quit notifications, accessibility observers ---
-    static void installNotifications();
-    static int applicationLaunchEndCount();
-    void unregisterAXNotifications();
-    void* axAppElem = nullptr;
-    void* axObserver = nullptr;
+    // From the base RZProcessNotifications<RZProcess> (RZProcessNotifications.h): the class
+    // operations installNotifications, applicationStarted, applicationEnded,
+    // applicationLaunchEndCount and classObject (the sender of "RZProcessChangeNotification"),
+    // and per object installAXObserver, addAXNotification, removeAXNotification,
+    // unregisterAXNotifications with the fields axAppElem and axObserver.
 
 private:
     const ProcessSerialNumber m_psn;

@@ -1,26 +1,58 @@
-// Launch and quit notifications (the handler is installed once per program run).
+#include "RZProcessNotifications.h"
 
-#include "RZProcess.h"
+#include "Platform/Foundation/NotificationQueue.h"
 
-#include <atomic>
+#include <vector>
 
-namespace {
-std::atomic<bool> notificationsInstalled { false };
-std::atomic<int> appLaunchEndCount { 0 };
-} // namespace
+const QString RZProcessChangeNotification = QStringLiteral("RZProcessChangeNotification");
+const QString RZProcessUINotification = QStringLiteral("RZProcessUINotification");
 
-void RZProcess::installNotifications()
+OSStatus installApplicationStartEndHandler(const RZProcessClassInfo* info)
 {
-    notificationsInstalled = true;
+    static const std::vector<EventTypeSpec> types = {
+        { kEventClassApplication, kEventAppLaunched },
+        { kEventClassApplication, kEventAppTerminated },
+        { kEventClassApplication, kEventAppFrontSwitched },
+    };
+    ApplicationEventSource& source = ApplicationEventSource::shared();
+    return source.installEventHandler(source.getApplicationEventTarget(),
+        ApplicationStartEndHandler, types, const_cast<RZProcessClassInfo*>(info));
 }
 
-int RZProcess::applicationLaunchEndCount()
+OSStatus ApplicationStartEndHandler(EventHandlerCallRef, EventRef event, void* userData)
 {
-    return appLaunchEndCount.load();
+    const auto* theClass = static_cast<const RZProcessClassInfo*>(userData);
+    QString change = QLatin1String("");
+    switch (GetEventKind(event)) {
+    case kEventAppFrontSwitched:
+        change = QStringLiteral("front");
+        break;
+    case kEventAppTerminated:
+        // The cache is clean before anyone hears of the termination.
+        theClass->applicationEnded();
+        change = QStringLiteral("ended");
+        break;
+    case kEventAppLaunched:
+        theClass->applicationStarted();
+        change = QStringLiteral("started");
+        break;
+    default:
+        break;
+    }
+    NotificationQueue::defaultQueue().enqueueNotification(
+        Notification {
+            RZProcessChangeNotification, theClass, { { QStringLiteral("change"), change } } },
+        PostWhenIdle);
+    return noErr;
 }
 
-void RZProcess::unregisterAXNotifications()
+void notificationHandler(
+    AXObserverRef, const AXElement* element, const QString& notification, void* refcon)
 {
-    axObserver = nullptr;
-    axAppElem = nullptr;
+    const QVariant about
+        = element ? QVariant::fromValue(*element) : QVariant(QString(QLatin1String("")));
+    NotificationQueue::defaultQueue().enqueueNotification(
+        Notification { RZProcessUINotification, refcon,
+            { { QStringLiteral("element"), about }, { QStringLiteral("event"), notification } } },
+        PostWhenIdle);
 }
