@@ -50,7 +50,7 @@ protected:
         p->start(
             program.isEmpty() ? bundle + QStringLiteral("/Contents/Linux/Faker") : program, args);
         EXPECT_TRUE(p->waitForStarted(5000));
-        for (int i = 0; i < 100 && !p->canReadLine(); ++i)
+        for (int i = 0; i < 200 && !p->canReadLine(); ++i)
             p->waitForReadyRead(100);
         EXPECT_EQ(p->readLine().trimmed(), QByteArray("ready"));
         return p;
@@ -156,6 +156,8 @@ TEST_F(RealProcessTest, WindowsComeToTheFrontHideAndShowUnderAWindowManager)
     QProcess* b = start({ QStringLiteral("--window"), QStringLiteral("Second") });
     const RZProcessRef first = RZProcess::processWithPID(pid_t(a->processId()));
     const RZProcessRef second = RZProcess::processWithPID(pid_t(b->processId()));
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
     auto waitFront = [](const RZProcessRef& p) {
         for (int i = 0; i < 50; ++i) {
             if (const RZProcessRef front = RZProcess::frontProcess(); front && front->isEqual(*p))
