@@ -189,7 +189,7 @@ QString RZProcess::platform()
 
 std::optional<QString> RZProcess::carbonVersion()
 {
-    const auto location = ProcessManager::shared().getProcessBundleLocation(m_psn);
+    const auto location = path(); // the bundle location, fetched once
     if (!location)
         return std::nullopt;
     // The version resource lives in the resource fork of the executable file.
