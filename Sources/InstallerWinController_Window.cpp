@@ -10,6 +10,7 @@
 #include "RZInstallerInterface.h"
 #include "RZUtilities.h"
 #include "SoundExtensions.h"
+#include "UI/ReadMeLoader.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -38,14 +39,6 @@ void openWithWorkspace(const QString& path)
     QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
 
-bool loadReadMeDocument(const QString& path, QTextDocument* document)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    document->setPlainText(QString::fromUtf8(file.readAll()));
-    return true;
-}
 } // namespace
 
 void InstallerWinController::awakeFromNib()
