@@ -17,6 +17,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QShortcut>
+#include <QTextBrowser>
 
 namespace {
 // The success mark: a green disc with a white tick, drawn rather than loaded so that start-up
@@ -71,6 +72,7 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     keepSpace.setRetainSizeWhenHidden(true);
     progressIndicator->setSizePolicy(keepSpace);
     progressIndicator->hide();
+    readMeTextView->setTabStopDistance(readMeTextView->fontMetrics().horizontalAdvance(QLatin1Char(' ')) * 4);
     helpButton->setFixedWidth(helpButton->sizeHint().height() + 8);
 
     connect(installButton, &QPushButton::clicked, this, [this] {
