@@ -67,6 +67,7 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     nameFont.setBold(true);
     nameField->setFont(nameFont);
     checkmarkField->setPixmap(checkmarkPixmap(40, window->devicePixelRatioF()));
+    checkmarkField->hide(); // as designed: shown only once an installation has succeeded
     messageField->setForegroundRole(QPalette::Highlight);
     QSizePolicy keepSpace = progressIndicator->sizePolicy();
     keepSpace.setRetainSizeWhenHidden(true);
