@@ -8,6 +8,7 @@
 #include "Platform/Foundation/Localization.h"
 #include "Platform/Foundation/Log.h"
 #include "RZInstallerInterface.h"
+#include "RZProcess.h"
 #include "RZUtilities.h"
 #include "SoundExtensions.h"
 #include "UI/ReadMeLoader.h"
@@ -24,6 +25,7 @@
 #include <QStackedWidget>
 #include <QStyle>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QUrl>
 #include <QWidget>
 
@@ -261,7 +263,15 @@ void InstallerWinController::terminate()
         QCoreApplication::quit();
 }
 
-void InstallerWinController::bringInstallerToFront() { }
+void InstallerWinController::bringInstallerToFront()
+{
+    // The window manager knows the window once it is mapped: ask right after this pass of the
+    // event loop, so that the first paint does not wait for the request.
+    QTimer::singleShot(0, this, [] {
+        if (const RZProcessRef self = RZProcess::currentProcess())
+            self->setFrontProcess();
+    });
+}
 
 void InstallerWinController::playDoneSound()
 {
