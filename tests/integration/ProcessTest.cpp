@@ -50,7 +50,7 @@ protected:
         p->start(
             program.isEmpty() ? bundle + QStringLiteral("/Contents/Linux/Faker") : program, args);
         EXPECT_TRUE(p->waitForStarted(5000));
-        for (int i = 0; i < 200 && !p->canReadLine(); ++i)
+        for (int i = 0; i < 400 && !p->canReadLine(); ++i)
             p->waitForReadyRead(100);
         EXPECT_EQ(p->readLine().trimmed(), QByteArray("ready"));
         return p;
@@ -159,7 +159,7 @@ TEST_F(RealProcessTest, WindowsComeToTheFrontHideAndShowUnderAWindowManager)
     ASSERT_NE(first, nullptr);
     ASSERT_NE(second, nullptr);
     auto waitFront = [](const RZProcessRef& p) {
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < 150; ++i) {
             if (const RZProcessRef front = RZProcess::frontProcess(); front && front->isEqual(*p))
                 return true;
             QThread::msleep(100);
@@ -179,12 +179,12 @@ TEST_F(RealProcessTest, WindowsComeToTheFrontHideAndShowUnderAWindowManager)
         return xprop.readAllStandardOutput().contains("_NET_WM_STATE_HIDDEN");
     };
     bool wasHidden = false;
-    for (int i = 0; i < 30 && !wasHidden; ++i, QThread::msleep(100))
+    for (int i = 0; i < 150 && !wasHidden; ++i, QThread::msleep(100))
         wasHidden = hidden(QStringLiteral("Second"));
     EXPECT_TRUE(wasHidden);
     second->setHidden(false);
     bool shown = false;
-    for (int i = 0; i < 30 && !shown; ++i, QThread::msleep(100))
+    for (int i = 0; i < 150 && !shown; ++i, QThread::msleep(100))
         shown = !hidden(QStringLiteral("Second"));
     EXPECT_TRUE(shown);
 
