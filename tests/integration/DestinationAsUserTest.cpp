@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -19,8 +20,15 @@ protected:
     {
         if (::geteuid() != 0)
             GTEST_SKIP() << "needs root to create a user";
-        QProcess::execute(
-            QStringLiteral("useradd"), { QStringLiteral("-m"), QString::fromLatin1(kUser) });
+        // The tests of this file may run at once: useradd takes a lock, so whoever loses waits
+        // for the other to finish creating the user.
+        for (int i = 0; i < 100
+             && QProcess::execute(QStringLiteral("id"), { QString::fromLatin1(kUser) }) != 0;
+             ++i) {
+            QProcess::execute(
+                QStringLiteral("useradd"), { QStringLiteral("-m"), QString::fromLatin1(kUser) });
+            QThread::msleep(50);
+        }
         ASSERT_EQ(QProcess::execute(QStringLiteral("id"), { QString::fromLatin1(kUser) }), 0);
         home = QStringLiteral("/home/") + QString::fromLatin1(kUser);
         QDir(home + QStringLiteral("/Applications")).removeRecursively();
