@@ -71,6 +71,25 @@ std::optional<std::vector<QByteArray>> listFolder(int dirFd, std::optional<Syste
     return names;
 }
 
+/// Calls visit(folder, entry) for every entry of the folder (dir, name), stopping at the first
+/// error.
+template <class Visit>
+std::optional<SystemError> forEachEntry(int dir, const QByteArray& name, Visit visit)
+{
+    const Fd folder(openFolder(dir, name));
+    if (folder.fd == -1)
+        return fail("openat");
+    std::optional<SystemError> error;
+    const auto names = listFolder(folder.fd, error);
+    if (!names)
+        return error;
+    for (const QByteArray& entry : *names) {
+        if (auto e = visit(folder.fd, entry))
+            return e;
+    }
+    return std::nullopt;
+}
+
 std::optional<SystemError> copyData(int in, int out, off_t size)
 {
     off_t done = 0;
@@ -199,17 +218,9 @@ std::optional<SystemError> removeTree(int dir, const QByteArray& name)
     if (::fstatat(dir, name.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0)
         return fail("fstatat");
     if (S_ISDIR(st.st_mode)) {
-        const Fd folder(openFolder(dir, name));
-        if (folder.fd == -1)
-            return fail("openat");
-        std::optional<SystemError> error;
-        const auto names = listFolder(folder.fd, error);
-        if (!names)
-            return error;
-        for (const QByteArray& entry : *names) {
-            if (auto e = removeTree(folder.fd, entry))
-                return e;
-        }
+        if (auto e = forEachEntry(dir, name,
+                [](int folder, const QByteArray& entry) { return removeTree(folder, entry); }))
+            return e;
         if (::unlinkat(dir, name.constData(), AT_REMOVEDIR) != 0)
             return fail("unlinkat");
         return std::nullopt;
@@ -226,18 +237,9 @@ std::optional<SystemError> chownTree(int dir, const QByteArray& name, uid_t uid,
     struct stat st { };
     if (::fstatat(dir, name.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(st.st_mode))
         return std::nullopt;
-    const Fd folder(openFolder(dir, name));
-    if (folder.fd == -1)
-        return fail("openat");
-    std::optional<SystemError> error;
-    const auto names = listFolder(folder.fd, error);
-    if (!names)
-        return error;
-    for (const QByteArray& entry : *names) {
-        if (auto e = chownTree(folder.fd, entry, uid, gid))
-            return e;
-    }
-    return std::nullopt;
+    return forEachEntry(dir, name, [uid, gid](int folder, const QByteArray& entry) {
+        return chownTree(folder, entry, uid, gid);
+    });
 }
 
 int openFolderWithoutLinks(const QByteArray& absolutePath)
