@@ -28,6 +28,7 @@ FakeProcess* FakeProcessManager::find(const ProcessSerialNumber& psn)
 
 bool FakeProcessManager::fails(const char* operation)
 {
+    std::lock_guard lock(m_mutex); // the install thread and the main thread both ask
     calls.append(QString::fromLatin1(operation));
     return failing.contains(QString::fromLatin1(operation));
 }

@@ -5,30 +5,38 @@
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <xcb/xcb.h>
 
 XvfbSession::XvfbSession(bool withWindowManager)
 {
     m_savedDisplay = qgetenv("DISPLAY");
     if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty())
         return;
-    int fds[2];
-    if (::pipe(fds) != 0)
+    // A display number of our own (Xvfb refuses one a live server holds, and clears a dead
+    // server's lock): the server must answer on it before anything is started there.
+    for (int attempt = 0; attempt < 20 && !m_ok; ++attempt) {
+        const int number = 200 + int((::getpid() + attempt * 7) % 500);
+        m_display = QStringLiteral(":%1").arg(number);
+        m_xvfb.start(QStringLiteral("Xvfb"),
+            { m_display, QStringLiteral("-screen"), QStringLiteral("0"),
+                QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
+                QStringLiteral("tcp") });
+        m_xvfb.waitForStarted(5000);
+        for (int i = 0; i < 100 && m_xvfb.state() == QProcess::Running && !m_ok; ++i) {
+            xcb_connection_t* c = xcb_connect(m_display.toLatin1().constData(), nullptr);
+            m_ok = !xcb_connection_has_error(c);
+            xcb_disconnect(c);
+            if (!m_ok)
+                QThread::msleep(50);
+        }
+        if (!m_ok) {
+            m_failure += QString::fromLocal8Bit(m_xvfb.readAllStandardError()).right(300);
+            m_xvfb.kill();
+            m_xvfb.waitForFinished(3000);
+        }
+    }
+    if (!m_ok)
         return;
-    // Xvfb writes the display number it chose to the descriptor given with -displayfd.
-    m_xvfb.setChildProcessModifier([fds] { ::close(fds[0]); });
-    m_xvfb.start(QStringLiteral("Xvfb"),
-        { QStringLiteral("-displayfd"), QString::number(fds[1]), QStringLiteral("-screen"),
-            QStringLiteral("0"), QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
-            QStringLiteral("tcp") });
-    ::close(fds[1]);
-    char buf[16] = {};
-    ssize_t n = 0;
-    for (int i = 0; i < 100 && n <= 0; ++i)
-        n = ::read(fds[0], buf, sizeof buf - 1);
-    ::close(fds[0]);
-    if (n <= 0)
-        return;
-    m_display = QLatin1Char(':') + QString::fromLatin1(buf).trimmed();
     qputenv("DISPLAY", m_display.toLatin1());
     if (withWindowManager) {
         m_wm.start(QStringLiteral("openbox"), { QStringLiteral("--sm-disable") });
@@ -42,7 +50,6 @@ XvfbSession::XvfbSession(bool withWindowManager)
             QThread::msleep(100);
         }
     }
-    m_ok = true;
 }
 
 void XvfbSession::stopWindowManager()

@@ -11,6 +11,8 @@ public:
     ~XvfbSession();
     bool ok() const { return m_ok; }
     QString display() const { return m_display; }
+    /// Why the server did not come up, for a test's skip message.
+    QString failure() const { return m_failure; }
     void stopWindowManager();
 
 private:
@@ -19,4 +21,5 @@ private:
     QString m_display;
     QByteArray m_savedDisplay;
     bool m_ok = false;
+    QString m_failure;
 };
