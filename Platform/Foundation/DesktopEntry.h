@@ -1,6 +1,6 @@
 #pragma once
 // Desktop entry files (.desktop): groups of "Key=Value" lines, with the value escapes and the Exec
-// quoting of the freedesktop.org Desktop Entry Specification. Damaged lines are skipped; a file
+// quoting rules of freedesktop.org desktop entries. Damaged lines are skipped; a file
 // that is not readable or has no group is absent.
 
 #include <QMap>

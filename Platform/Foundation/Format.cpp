@@ -120,9 +120,9 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
             position = format.mid(j, k - j).toInt() - 1;
             j = k + 1;
         }
-        QString spec = QStringLiteral("%");
+        QString directive = QStringLiteral("%");
         while (j < n && QStringLiteral("-+ #0'").contains(format[j]))
-            spec += format[j++];
+            directive += format[j++];
         // Width and precision are capped: a huge one would only exhaust memory.
         QString number;
         while (j < n && (format[j].isDigit() || format[j] == QLatin1Char('.'))) {
@@ -132,7 +132,7 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
             if (part.size() > 3)
                 number.clear();
         }
-        spec += number;
+        directive += number;
         while (j < n && QStringLiteral("hlqLzjt").contains(format[j]))
             ++j; // lengths do not matter: every argument carries its own type
         if (j >= n) {
@@ -147,27 +147,27 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
         }
         const int index = position >= 0 ? position : sequential++;
         const QVariant arg = index >= 0 && index < args.size() ? args[index].value : QVariant();
-        const QByteArray cspec = spec.toLatin1();
+        const QByteArray cdirective = directive.toLatin1();
         switch (conversion.unicode()) {
         case '@':
             out += describeValue(arg);
             break;
         case 's':
         case 'S':
-            out += arg.isValid()
-                ? QString::asprintf((cspec + "s").constData(), arg.toString().toUtf8().constData())
-                : QStringLiteral("(null)");
+            out += arg.isValid() ? QString::asprintf(
+                       (cdirective + "s").constData(), arg.toString().toUtf8().constData())
+                                 : QStringLiteral("(null)");
             break;
         case 'd':
         case 'i':
-            out += QString::asprintf((cspec + "lld").constData(), arg.toLongLong());
+            out += QString::asprintf((cdirective + "lld").constData(), arg.toLongLong());
             break;
         case 'u':
         case 'x':
         case 'X':
         case 'o':
             out += QString::asprintf(
-                (cspec + "ll" + char(conversion.unicode())).constData(), arg.toULongLong());
+                (cdirective + "ll" + char(conversion.unicode())).constData(), arg.toULongLong());
             break;
         case 'c':
             out += QChar(static_cast<char16_t>(arg.toUInt()));
@@ -179,7 +179,7 @@ QString cocoaFormat(const QString& format, const QList<FormatArg>& args)
         case 'g':
         case 'G':
             out += QString::asprintf(
-                (cspec + char(conversion.unicode())).constData(), arg.toDouble());
+                (cdirective + char(conversion.unicode())).constData(), arg.toDouble());
             break;
         case 'p':
             out += QString::asprintf("0x%llx", arg.toULongLong());

@@ -44,7 +44,7 @@ QString iconFileOf(const Bundle& bundle)
     return icns.isEmpty() ? bundle.pathForResource(name) : icns;
 }
 
-/// Quotes one Exec argument as the Desktop Entry Specification asks.
+/// Quotes one Exec argument as desktop entries want it.
 QString quoteExec(const QString& arg)
 {
     QString out = QStringLiteral("\"");

@@ -141,9 +141,9 @@ public:
         for (size_t i = 0; i < sound->samples.size(); ++i)
             playback->scaled[i] = sound->samples[i] * gain;
 
-        pa_sample_spec spec { PA_SAMPLE_FLOAT32NE, uint32_t(sound->sampleRate),
+        pa_sample_spec format { PA_SAMPLE_FLOAT32NE, uint32_t(sound->sampleRate),
             uint8_t(sound->channels) };
-        if (!pa_sample_spec_valid(&spec)) {
+        if (!pa_sample_spec_valid(&format)) {
             delete playback;
             return false;
         }
@@ -151,7 +151,7 @@ public:
         pa_proplist_sets(props, PA_PROP_MEDIA_ROLE, "event");
         pa_threaded_mainloop_lock(m_loop);
         playback->stream
-            = pa_stream_new_with_proplist(m_context, "Sound effect", &spec, nullptr, props);
+            = pa_stream_new_with_proplist(m_context, "Sound effect", &format, nullptr, props);
         pa_proplist_free(props);
         if (!playback->stream) {
             pa_threaded_mainloop_unlock(m_loop);

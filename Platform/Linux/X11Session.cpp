@@ -92,9 +92,9 @@ pid_t pidLocked(Connection& c, xcb_window_t window)
         && pid != 0)
         return pid_t(pid);
     // Without _NET_WM_PID, ask the X-Resource extension which local client made the window.
-    xcb_res_client_id_spec_t spec { window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID };
-    xcb_res_query_client_ids_reply_t* reply
-        = xcb_res_query_client_ids_reply(c.xcb, xcb_res_query_client_ids(c.xcb, 1, &spec), nullptr);
+    xcb_res_client_id_spec_t wanted { window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID };
+    xcb_res_query_client_ids_reply_t* reply = xcb_res_query_client_ids_reply(
+        c.xcb, xcb_res_query_client_ids(c.xcb, 1, &wanted), nullptr);
     pid_t result = 0;
     if (reply) {
         for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem;
