@@ -16,7 +16,13 @@
 struct ProcessInfoRecord {
     QString name;
     OSType signature = 0;
+    /// The process that launched this one; (0, kNoProcess) when it is unknown or gone.
+    ProcessSerialNumber processLauncher;
 };
+
+/// The launcher of applications the session's autostart started (its login items). Its
+/// information dictionary names it, with the creator "lgnw"; it has no pid and no windows.
+constexpr ProcessSerialNumber kSessionAutostartProcess { 0, 0xFFFFFFFFu };
 
 class ProcessManager {
 public:

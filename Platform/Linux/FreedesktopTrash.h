@@ -22,4 +22,5 @@ QString moveToTrash(const QString& path, const TrashOwner* owner = nullptr);
 
 /// Like moveToTrash, but the item to move lies at `current` while the trash records it as having
 /// come from `original` (the installer trashes an old copy it has just swapped out of place).
-QString moveToTrashAs(const QString& current, const QString& original, const TrashOwner* owner = nullptr);
+QString moveToTrashAs(
+    const QString& current, const QString& original, const TrashOwner* owner = nullptr);

@@ -121,12 +121,22 @@ public:
             info.name = QFileInfo(processArgv0(pid_t(psn.lowLongOfPSN))).fileName();
         if (info.name.isEmpty())
             info.name = QFileInfo(exe).fileName();
+        info.processLauncher = {};
+        const pid_t pid = pid_t(psn.lowLongOfPSN);
+        if (startedByAutostart(pid))
+            info.processLauncher = kSessionAutostartProcess;
+        else if (const auto stat = readProcStat(pid))
+            getProcessForPID(stat->ppid, info.processLauncher);
         return noErr;
     }
 
     std::optional<QVariantMap> processInformationCopyDictionary(
         const ProcessSerialNumber& psn) override
     {
+        if (psn.highLongOfPSN == kSessionAutostartProcess.highLongOfPSN
+            && psn.lowLongOfPSN == kSessionAutostartProcess.lowLongOfPSN)
+            return QVariantMap { { QStringLiteral("CFBundleName"), QStringLiteral("Autostart") },
+                { QStringLiteral("FileCreator"), QStringLiteral("lgnw") } };
         const QString exe = executableOf(psn);
         if (exe.isEmpty())
             return std::nullopt;
@@ -136,6 +146,9 @@ public:
             if (const auto plist = Bundle(bundlePath).infoDictionary())
                 info = *plist;
             info.insert(QStringLiteral("BundlePath"), bundlePath);
+            const QString creator = info.value(QStringLiteral("CFBundleSignature")).toString();
+            if (creator.size() == 4 && creator != QLatin1String("????"))
+                info.insert(QStringLiteral("FileCreator"), creator);
         }
         info.insert(QStringLiteral("pid"), int(psn.lowLongOfPSN));
         info.insert(QStringLiteral("CFBundleExecutablePath"), exe);

@@ -9,6 +9,7 @@
 
 #include "Platform/Foundation/Bundle.h"
 #include "Platform/Foundation/DesktopEntry.h"
+#include "Platform/Linux/DetachedSpawn.h"
 #include "Platform/Linux/FreedesktopTrash.h"
 #include "Platform/Workspace.h"
 
@@ -21,12 +22,7 @@
 #include <QSaveFile>
 
 #include <atomic>
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
@@ -65,30 +61,6 @@ QString escapeValue(QString value)
         .replace(QLatin1Char('\n'), QStringLiteral("\\n"));
 }
 
-bool spawnDetached(const QString& program, const QStringList& args)
-{
-    QList<QByteArray> storage { QFile::encodeName(program) };
-    for (const QString& a : args)
-        storage.append(a.toLocal8Bit());
-    std::vector<char*> argv;
-    for (QByteArray& s : storage)
-        argv.push_back(s.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-    posix_spawnattr_t attr;
-    posix_spawnattr_init(&attr);
-    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSID);
-    pid_t pid = 0;
-    const int rc = ::posix_spawn(&pid, argv[0], &actions, &attr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attr);
-    return rc == 0;
-}
-
 class LinuxWorkspace final : public Workspace {
 public:
     bool recycle(const QString& path) override { return !moveToTrash(path).isEmpty(); }
@@ -119,7 +91,7 @@ public:
     {
         if (isBundle(path)) {
             const QString exe = Bundle(path).executablePath();
-            return !exe.isEmpty() && spawnDetached(exe, {});
+            return !exe.isEmpty() && spawnDetached(exe, {}) == 0;
         }
         if (!QFileInfo::exists(path))
             return false;

@@ -49,6 +49,7 @@ std::optional<ProcStat> readProcStat(pid_t pid)
     ProcStat stat;
     stat.pid = pid;
     stat.state = fields[0].isEmpty() ? '?' : fields[0][0];
+    stat.ppid = pid_t(fields[4 - 3].toInt());
     stat.flags = uint32_t(fields[9 - 3].toULong());
     stat.userTicks = fields[14 - 3].toULongLong();
     stat.startTicks = fields[22 - 3].toULongLong();
@@ -72,6 +73,18 @@ QString processExecutable(pid_t pid)
     if (exe.endsWith(QStringLiteral(" (deleted)")))
         exe.chop(10);
     return exe;
+}
+
+bool startedByAutostart(pid_t pid)
+{
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%d/environ", int(pid));
+    const QByteArray environment = readSmallFile(path, 1 << 20);
+    if (environment.startsWith("DESKTOP_AUTOSTART_ID=")
+        || environment.contains(QByteArray("\0DESKTOP_AUTOSTART_ID=", 22)))
+        return true;
+    std::snprintf(path, sizeof path, "/proc/%d/cgroup", int(pid));
+    return readSmallFile(path).contains("@autostart.service");
 }
 
 QString processArgv0(pid_t pid)

@@ -9,6 +9,7 @@
 
 struct ProcStat {
     pid_t pid = 0;
+    pid_t ppid = 0;
     char state = '?';
     uint32_t flags = 0;
     uint64_t startTicks = 0; // clock ticks since boot
@@ -23,6 +24,10 @@ struct ProcStat {
 std::optional<ProcStat> readProcStat(pid_t pid);
 /// The executable's path (without the " (deleted)" the kernel adds); empty when unreadable.
 QString processExecutable(pid_t pid);
+/// Started by the desktop session's autostart: the session manager marks such a start with
+/// DESKTOP_AUTOSTART_ID in the environment the process began with, systemd with an
+/// "app-<entry>@autostart.service" unit around it.
+bool startedByAutostart(pid_t pid);
 /// The first word of the command line, as the program was started.
 QString processArgv0(pid_t pid);
 /// Seconds since 1970 at which the system booted (btime of /proc/stat).

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <xcb/res.h>
+#include <xcb/screensaver.h>
 #include <xcb/xcb.h>
 #include <xcb/xcb_ewmh.h>
 #include <xcb/xcb_icccm.h>
@@ -199,6 +200,24 @@ bool isFullScreen(Window window)
         full = full || state.atoms[i] == c.ewmh._NET_WM_STATE_FULLSCREEN;
     xcb_ewmh_get_atoms_reply_wipe(&state);
     return full;
+}
+
+std::optional<uint32_t> idleMilliseconds()
+{
+    std::lock_guard lock(mutex);
+    Connection& c = connection();
+    if (!c.ok)
+        return std::nullopt;
+    const xcb_query_extension_reply_t* ext = xcb_get_extension_data(c.xcb, &xcb_screensaver_id);
+    if (!ext || !ext->present)
+        return std::nullopt;
+    xcb_screensaver_query_info_reply_t* info = xcb_screensaver_query_info_reply(
+        c.xcb, xcb_screensaver_query_info(c.xcb, c.root), nullptr);
+    if (!info)
+        return std::nullopt;
+    const uint32_t ms = info->ms_since_user_input;
+    free(info);
+    return ms;
 }
 
 } // namespace X11Session

@@ -5,6 +5,7 @@
 // is no X server or no window manager that names itself through _NET_SUPPORTING_WM_CHECK.
 
 #include <cstdint>
+#include <optional>
 #include <sys/types.h>
 #include <vector>
 
@@ -27,5 +28,8 @@ bool iconify(Window window);
 bool requestClose(Window window);
 /// True when the window carries _NET_WM_STATE_FULLSCREEN.
 bool isFullScreen(Window window);
+/// Milliseconds since the last user input, from the screen-saver extension; none without an X
+/// server or without the extension.
+std::optional<uint32_t> idleMilliseconds();
 
 } // namespace X11Session

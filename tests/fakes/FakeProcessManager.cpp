@@ -113,6 +113,7 @@ OSErr FakeProcessManager::getProcessInformation(
         return procNotFound;
     info.name = p->name;
     info.signature = p->signature;
+    info.processLauncher = p->launcher;
     return noErr;
 }
 

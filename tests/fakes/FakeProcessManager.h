@@ -20,6 +20,7 @@ struct FakeProcess {
     OSType signature = 0;
     QString path;
     QVariantMap info;
+    ProcessSerialNumber launcher;
     bool running = true;
     bool informationFails = false;
 };
