@@ -1,5 +1,5 @@
 // Micro: maps one tiny window, asks the window manager to make it active, and leaves as soon as it
-// is active (or after half a second, when no window manager answers). The application that opened
+// is active (or after two seconds, when no window manager answers). The application that opened
 // it has meanwhile lost the front and takes it back, which is all Micro is for.
 
 #include <chrono>
@@ -10,7 +10,7 @@
 #include <xcb/xcb.h>
 
 namespace {
-constexpr int kLifetimeMs = 500;
+constexpr int kLifetimeMs = 2000;
 
 xcb_atom_t atom(xcb_connection_t* c, const char* name)
 {
