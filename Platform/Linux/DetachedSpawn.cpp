@@ -11,15 +11,20 @@
 
 extern char** environ;
 
+NativeArguments::NativeArguments(const QString& program, const QStringList& args)
+{
+    m_storage.append(QFile::encodeName(program));
+    for (const QString& a : args)
+        m_storage.append(QFile::encodeName(a));
+    for (QByteArray& s : m_storage)
+        m_argv.push_back(s.data());
+    m_argv.push_back(nullptr);
+}
+
 int spawnDetached(const QString& program, const QStringList& args)
 {
-    QList<QByteArray> storage { QFile::encodeName(program) };
-    for (const QString& a : args)
-        storage.append(QFile::encodeName(a));
-    std::vector<char*> argv;
-    for (QByteArray& s : storage)
-        argv.push_back(s.data());
-    argv.push_back(nullptr);
+    NativeArguments native(program, args);
+    char** argv = native.argv();
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
@@ -30,8 +35,8 @@ int spawnDetached(const QString& program, const QStringList& args)
     posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSID);
     pid_t pid = 0;
     const bool search = !program.contains(QLatin1Char('/'));
-    const int rc = search ? ::posix_spawnp(&pid, argv[0], &actions, &attr, argv.data(), environ)
-                          : ::posix_spawn(&pid, argv[0], &actions, &attr, argv.data(), environ);
+    const int rc = search ? ::posix_spawnp(&pid, argv[0], &actions, &attr, argv, environ)
+                          : ::posix_spawn(&pid, argv[0], &actions, &attr, argv, environ);
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attr);
     if (rc != 0)

@@ -6,6 +6,7 @@
 
 #include "Platform/Linux/LinuxApplicationEventSource.h"
 #include "Platform/Linux/ActiveWindowWatcher.h"
+#include "Platform/Linux/EventHandlerList.h"
 #include "Platform/Linux/ProcessTable.h"
 
 #include <QCoreApplication>
@@ -37,10 +38,7 @@ public:
         QCoreApplication* app = QCoreApplication::instance();
         if (!app)
             return eventInternalErr;
-        {
-            std::lock_guard lock(m_mutex);
-            m_handlers.push_back({ handler, types, userData });
-        }
+        m_handlers.add(handler, types, userData);
         // The watchers belong to the main thread, whichever thread installs the first handler.
         std::call_once(m_started, [this, app] {
             if (QThread::currentThread() == app->thread())
@@ -53,12 +51,6 @@ public:
     }
 
 private:
-    struct Handler {
-        EventHandlerProcPtr proc;
-        std::vector<EventTypeSpec> types;
-        void* userData;
-    };
-
     void startWatchers()
     {
         m_timer = std::make_unique<QTimer>();
@@ -82,23 +74,10 @@ private:
 
     void dispatch(uint32_t kind, pid_t pid)
     {
-        std::vector<Handler> handlers;
-        {
-            std::lock_guard lock(m_mutex);
-            handlers = m_handlers;
-        }
-        const ApplicationEvent event { kEventClassApplication, kind, pid };
-        for (const Handler& h : handlers) {
-            const bool wanted = std::any_of(h.types.begin(), h.types.end(), [&](const auto& t) {
-                return t.eventClass == kEventClassApplication && t.eventKind == kind;
-            });
-            if (wanted)
-                h.proc(nullptr, &event, h.userData);
-        }
+        m_handlers.dispatch({ kEventClassApplication, kind, pid });
     }
 
-    std::mutex m_mutex;
-    std::vector<Handler> m_handlers;
+    EventHandlerList m_handlers;
     std::once_flag m_started;
     ProcessTable m_table;
     std::unique_ptr<QTimer> m_timer;

@@ -10,6 +10,7 @@
 #include "Platform/Linux/ActiveWindowWatcher.h"
 #include "Platform/Linux/DesktopQueries.h"
 #include "Platform/Linux/DetachedSpawn.h"
+#include "Platform/Linux/EventHandlerList.h"
 #include "Platform/Linux/X11Session.h"
 
 #include <QCoreApplication>
@@ -75,10 +76,7 @@ public:
         // Without an event loop or an X display nothing would ever report the menu bar.
         if (!app || qEnvironmentVariableIsEmpty("DISPLAY"))
             return eventInternalErr;
-        {
-            std::lock_guard lock(m_mutex);
-            m_handlers.push_back({ handler, types, userData });
-        }
+        m_handlers.add(handler, types, userData);
         if (QThread::currentThread() == app->thread()) {
             std::call_once(m_started, [this] { m_watching = startWatcher(); });
             return m_watching ? noErr : eventInternalErr;
@@ -130,12 +128,6 @@ public:
     }
 
 private:
-    struct Handler {
-        EventHandlerProcPtr proc;
-        std::vector<EventTypeSpec> types;
-        void* userData;
-    };
-
     bool startWatcher()
     {
         m_watcher = std::make_unique<ActiveWindowWatcher>();
@@ -143,26 +135,9 @@ private:
             [this](bool full) { dispatch(full ? kEventMenuBarHidden : kEventMenuBarShown); });
     }
 
-    void dispatch(uint32_t kind)
-    {
-        const ApplicationEvent event { kEventClassMenu, kind, 0 };
-        std::vector<Handler> handlers;
-        {
-            std::lock_guard lock(m_mutex);
-            handlers = m_handlers;
-        }
-        for (const Handler& h : handlers) {
-            for (const EventTypeSpec& t : h.types) {
-                if (t.eventClass == event.eventClass && t.eventKind == event.eventKind) {
-                    h.proc(nullptr, &event, h.userData);
-                    break;
-                }
-            }
-        }
-    }
+    void dispatch(uint32_t kind) { m_handlers.dispatch({ kEventClassMenu, kind, 0 }); }
 
-    std::mutex m_mutex;
-    std::vector<Handler> m_handlers;
+    EventHandlerList m_handlers;
     std::once_flag m_started;
     std::atomic<bool> m_watching { false };
     std::unique_ptr<ActiveWindowWatcher> m_watcher;

@@ -7,6 +7,7 @@
 #include "Platform/DesktopEnvironment.h"
 #include "Platform/Foundation/Bundle.h"
 #include "Platform/Foundation/Log.h"
+#include "Platform/Linux/DetachedSpawn.h"
 #include "Platform/ProcessManager.h"
 #include "RZProcess.h"
 
@@ -42,13 +43,8 @@ QString userName()
 /// home folder and in a process group of its own. Its pid; PlatformException when it cannot start.
 pid_t launchScript(const QString& path, const QStringList& arguments, int output)
 {
-    QList<QByteArray> storage { QFile::encodeName(path) };
-    for (const QString& a : arguments)
-        storage.append(QFile::encodeName(a));
-    std::vector<char*> argv;
-    for (QByteArray& s : storage)
-        argv.push_back(s.data());
-    argv.push_back(nullptr);
+    NativeArguments native(path, arguments);
+    char** argv = native.argv();
     const QByteArray home = QFile::encodeName(QDir::homePath());
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -61,7 +57,7 @@ pid_t launchScript(const QString& path, const QStringList& arguments, int output
     posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP);
     posix_spawnattr_setpgroup(&attr, 0);
     pid_t pid = 0;
-    const int rc = ::posix_spawn(&pid, argv[0], &actions, &attr, argv.data(), environ);
+    const int rc = ::posix_spawn(&pid, argv[0], &actions, &attr, argv, environ);
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attr);
     if (rc == ENOENT || rc == EACCES || rc == ENOTDIR)

@@ -44,6 +44,7 @@ XvfbSession::XvfbSession(bool withWindowManager)
     bool ready = false;
     for (int attempt = 0; attempt < 3 && !ready; ++attempt) {
         m_wm.start(QStringLiteral("openbox"), { QStringLiteral("--sm-disable") });
+        m_wm.waitForStarted(5000);
         for (int i = 0; i < 50 && !ready && m_wm.state() == QProcess::Running; ++i) {
             QProcess probe;
             probe.start(QStringLiteral("xprop"),
