@@ -56,7 +56,6 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     messageField = m_ui->messageField;
     iconField = m_ui->iconField;
     checkmarkField = m_ui->checkmarkField;
-    readMeTextView = m_ui->readMeTextView;
     installButton = m_ui->installButton;
     cancelButton = m_ui->cancelButton;
     helpButton = m_ui->helpButton;
@@ -73,7 +72,6 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     keepSpace.setRetainSizeWhenHidden(true);
     progressIndicator->setSizePolicy(keepSpace);
     progressIndicator->hide();
-    readMeTextView->setTabStopDistance(readMeTextView->fontMetrics().horizontalAdvance(QLatin1Char(' ')) * 4);
     helpButton->setFixedWidth(helpButton->sizeHint().height() + 8);
 
     connect(installButton, &QPushButton::clicked, this, [this] {
@@ -95,6 +93,23 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
             if (cancelButton->isVisible() && cancelButton->isEnabled())
                 cancelButton->click();
         });
+}
+
+QTextBrowser* InstallerWinController::ensureReadMeTextView()
+{
+    // Made on first use: most installers show no read-me, and the text view is the costliest
+    // widget of the window to make.
+    if (readMeTextView)
+        return readMeTextView;
+    readMeTextView = new QTextBrowser(m_ui->readMePage);
+    readMeTextView->setObjectName(QStringLiteral("readMeTextView"));
+    readMeTextView->setOpenExternalLinks(true);
+    readMeTextView->setAccessibleName(QCoreApplication::translate("MainWindow", "Read me"));
+    readMeTextView->setTabStopDistance(
+        readMeTextView->fontMetrics().horizontalAdvance(QLatin1Char(' ')) * 4);
+    m_ui->readMeLayout->addWidget(readMeTextView);
+    QWidget::setTabOrder(helpButton, readMeTextView);
+    return readMeTextView;
 }
 
 InstallerWinController::~InstallerWinController()

@@ -45,6 +45,7 @@ public:
     QLabel* messageField = nullptr;
     QLabel* iconField = nullptr;
     QLabel* checkmarkField = nullptr;
+    /// Made when the read-me page is first shown; null until then.
     QTextBrowser* readMeTextView = nullptr;
     QPushButton* installButton = nullptr;
     QPushButton* cancelButton = nullptr;
@@ -132,6 +133,7 @@ private:
     QList<std::shared_ptr<RZProcess>> processesToQuit() const;
     void loadIcon();
     void loadReadMe();
+    QTextBrowser* ensureReadMeTextView();
     void bringInstallerToFront();
     QStringList m_processArguments;
     Ui::MainWindow* m_ui = nullptr;

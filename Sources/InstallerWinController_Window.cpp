@@ -144,7 +144,7 @@ void InstallerWinController::loadReadMe()
 {
     const QString path = argument(RZInstallerKeyReadMePath);
     if (!path.isEmpty() && QFileInfo(path).isFile()) {
-        loadReadMeDocument(path, readMeTextView->document());
+        loadReadMeDocument(path, ensureReadMeTextView()->document());
         selectTab(0);
     } else {
         selectTab(1);
@@ -153,6 +153,8 @@ void InstallerWinController::loadReadMe()
 
 void InstallerWinController::selectTab(int index)
 {
+    if (index == 0)
+        ensureReadMeTextView();
     tabView->setCurrentIndex(index);
     installButton->setText(index == 0 ? NSLocalizedString(QStringLiteral("Continue"))
                                       : NSLocalizedString(QStringLiteral("Install")));

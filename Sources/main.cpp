@@ -6,10 +6,53 @@
 #include "Platform/Foundation/Localization.h"
 
 #include <QApplication>
+#include <QDBusConnection>
+#include <QThread>
 #include <QWidget>
+
+#include <fontconfig/fontconfig.h>
+#include <thread>
+
+namespace {
+// Work the first paint waits for that does not need the main thread, started before
+// QApplication so that it runs alongside the connection to the display: fontconfig's
+// configuration (the first text layout loads it) and the session bus (the accessibility bridge
+// connects to it on the first accessible-name change and blocks until it is up).
+class StartUpWarmUp {
+public:
+    StartUpWarmUp()
+    {
+        // Qt takes the first thread that asks for its thread data as the main thread.
+        QThread::currentThread();
+        m_fonts = std::thread([] { FcInit(); });
+        if (hasAccessibilityBridge())
+            m_bus = std::thread([] { QDBusConnection::sessionBus(); });
+    }
+    ~StartUpWarmUp() { finish(); }
+    void finish()
+    {
+        if (m_fonts.joinable())
+            m_fonts.join();
+        if (m_bus.joinable())
+            m_bus.join();
+    }
+
+private:
+    // The desktop platforms publish the widgets over the accessibility bus; the offscreen and
+    // minimal ones do not, and must not open a session bus.
+    static bool hasAccessibilityBridge()
+    {
+        const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+        return platform.isEmpty() || platform.startsWith("xcb") || platform.startsWith("wayland");
+    }
+    std::thread m_fonts;
+    std::thread m_bus;
+};
+} // namespace
 
 int main(int argc, char* argv[])
 {
+    StartUpWarmUp warmUp;
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Velkaro"));
     QCoreApplication::setApplicationName(QStringLiteral("Installer"));
@@ -19,5 +62,6 @@ int main(int argc, char* argv[])
     InstallerWinController controller;
     controller.awakeFromNib();
     controller.window->show();
+    warmUp.finish();
     return QApplication::exec();
 }

@@ -8,6 +8,7 @@
 #include "TestSupport.h"
 
 #include <QApplication>
+#include <QImage>
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -97,7 +98,6 @@ TEST_F(WindowTest, NameVersionAndDesignedTexts)
     EXPECT_TRUE(w->explanationField->text().startsWith(QStringLiteral("Foo will be installed")));
     EXPECT_TRUE(w->helpButton->isHidden());
     EXPECT_TRUE(w->checkmarkField->isHidden());
-    EXPECT_FALSE(w->iconField->pixmap().isNull() && false);
     EXPECT_TRUE(w->window->isVisible());
 
     auto v = start(source() << QStringLiteral("-version") << QStringLiteral("3.1b2"));
@@ -106,6 +106,62 @@ TEST_F(WindowTest, NameVersionAndDesignedTexts)
         = makeBundle(dir.path(), QStringLiteral("Plain"), { { "CFBundleSignature", "PLAN" } });
     auto p = start({ QStringLiteral("-sourcePath"), noVersion });
     EXPECT_EQ(p->nameField->text(), QStringLiteral("Plain"));
+}
+
+TEST_F(WindowTest, IconFromTheArgumentElseFromTheProduct)
+{
+    const QString withIcon = makeBundle(dir.path(), QStringLiteral("Painted"),
+        { { "CFBundleSignature", "PAIN" }, { "CFBundleIconFile", "Painted.png" } });
+    auto paint = [](const QString& path, QColor color) {
+        QDir().mkpath(QFileInfo(path).path());
+        QImage image(64, 64, QImage::Format_ARGB32);
+        image.fill(color);
+        ASSERT_TRUE(image.save(path, "PNG"));
+    };
+    paint(withIcon + QStringLiteral("/Contents/Resources/Painted.png"), Qt::blue);
+    paint(dir.filePath(QStringLiteral("given.png")), Qt::red);
+    const struct {
+        const char* name;
+        QStringList extra;
+        QColor expected;
+    } cases[] = {
+        { "the product's own", {}, Qt::blue },
+        { "the argument's",
+            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("given.png")) }, Qt::red },
+        { "the product's when the argument's is unreadable",
+            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("none.png")) }, Qt::blue },
+    };
+    for (const auto& c : cases) {
+        auto w = start(QStringList { QStringLiteral("-sourcePath"), withIcon } + c.extra);
+        const QImage shown = w->iconField->pixmap().toImage();
+        ASSERT_FALSE(shown.isNull()) << c.name;
+        EXPECT_LE(shown.width(), qRound(96 * w->iconField->devicePixelRatioF())) << c.name;
+        EXPECT_EQ(shown.pixelColor(shown.rect().center()), c.expected) << c.name;
+    }
+}
+
+TEST_F(WindowTest, ReadMeViewOnTheReadMePage)
+{
+    writeFile(
+        dir.filePath(QStringLiteral("ReadMe.html")), "<p>See <a href=\"https://x\">x</a></p>");
+    auto w = start(
+        source() << QStringLiteral("-readMePath") << dir.filePath(QStringLiteral("ReadMe.html")));
+    ASSERT_NE(w->readMeTextView, nullptr);
+    EXPECT_TRUE(w->readMeTextView->isVisibleTo(w->window));
+    EXPECT_EQ(w->readMeTextView->accessibleName(), QStringLiteral("Read me"));
+    EXPECT_TRUE(w->readMeTextView->openExternalLinks());
+    EXPECT_EQ(w->readMeTextView->toPlainText(), QStringLiteral("See x"));
+
+    // A read-me that cannot be read: the install page first, and Go Back still has a page
+    // (empty) to go back to.
+    auto missing = start(
+        source() << QStringLiteral("-readMePath") << dir.filePath(QStringLiteral("none.txt")));
+    missing->cancelButton->click();
+    EXPECT_EQ(missing->tabView->currentIndex(), 0);
+    ASSERT_NE(missing->readMeTextView, nullptr);
+    EXPECT_TRUE(missing->readMeTextView->isVisibleTo(missing->window));
+    EXPECT_TRUE(missing->readMeTextView->toPlainText().isEmpty());
+    EXPECT_EQ(terminations, 0);
 }
 
 TEST_F(WindowTest, CompatibleAtAndAboveTheMinimumOnly)
