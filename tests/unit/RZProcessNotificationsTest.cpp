@@ -224,14 +224,6 @@ protected:
         manager.add(12, QStringLiteral("Gone"), QStringLiteral("GONE"));
     }
     ~RZProcessClassNotificationsTest() override { RZProcess::resetForTesting(); }
-    static QList<pid_t> cachedPids()
-    {
-        QList<pid_t> pids;
-        for (const RZProcessRef& p :
-            RZProcess::cachedProcessesEnumerator().value_or(QList<RZProcessRef>()))
-            pids << pid_t(p->serialNumber().lowLongOfPSN);
-        return pids;
-    }
     static void send(uint32_t kind)
     {
         const ApplicationEvent event { kEventClassApplication, kind, 0 };
@@ -271,7 +263,7 @@ TEST_F(
         send(c.kind);
         // Before the queue posts anything, the cache is already as the observers will see it.
         EXPECT_EQ(NotificationQueue::defaultQueue().pendingNotifications().size(), 1) << c.word;
-        EXPECT_EQ(cachedPids(), c.cachedAfter) << c.word;
+        EXPECT_EQ(cachedProcessPids(), c.cachedAfter) << c.word;
         EXPECT_EQ(gone.expired(), c.cachedAfter.size() == 1) << "the cache owned it";
         EXPECT_EQ(RZProcess::applicationLaunchEndCount() - before, c.counted) << c.word;
         const QList<Notification> list = posted.take();
