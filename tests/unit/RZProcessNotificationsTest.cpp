@@ -295,18 +295,3 @@ TEST_F(
     EXPECT_EQ(ax.calls.mid(ax.calls.size() - 3),
         (QStringList { "releaseElement", "removeFromRunLoop", "releaseObserver" }));
 }
-
-TEST_F(RZProcessClassNotificationsTest, FailuresNameTheProcessByItsDescription)
-{
-    ax.observerCreateStatus = kAXErrorAPIDisabled;
-    const RZProcessRef process = RZProcess::processWithPID(11);
-    process->addAXNotification(QStringLiteral("AXValueChanged"));
-    process->addAXNotification(QStringLiteral("AXValueChanged"));
-    const QString description = process->description();
-    EXPECT_TRUE(description.startsWith(QStringLiteral("Process \"Alive\" (ALIV)")))
-        << description.toStdString();
-    EXPECT_EQ(log.lines(),
-        (QStringList { "AX Notifications: Could not create observer for " + description,
-            "AX Notifications: Could not add notification AXValueChanged for " + description,
-            "AX Notifications: Could not add notification AXValueChanged for " + description }));
-}
