@@ -8,10 +8,6 @@
 #include "PrivateDesktop.h"
 #include "TestSupport.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QElapsedTimer>
-
 #include <gmock/gmock.h>
 
 namespace {
@@ -26,22 +22,6 @@ void callback(AXObserverRef, const AXElement* element, const QString& notificati
 {
     g_received.push_back(
         { notification, element ? std::optional(*element) : std::nullopt, refcon });
-}
-
-bool spinUntil(const std::function<bool()>& condition, int timeoutMs = 10000)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!condition() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-    return condition();
-}
-
-void spinFor(int ms)
-{
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
 const Received* find(const QString& notification)
@@ -104,16 +84,11 @@ TEST_F(AccessibilityBusTest, DeliversSubscribedNotificationsOfTheObservedApplica
 {
     QProcessEnvironment accessible;
     accessible.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
-    const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
-    QProcess* watched = desktop->start(program, { QStringLiteral("Watched") }, accessible);
-    QProcess* other = desktop->start(program, { QStringLiteral("Other") }, accessible);
-    const QStringList watchedReady
-        = waitForLine(watched, QStringLiteral("ready")).split(QLatin1Char(' '));
-    const QStringList otherReady
-        = waitForLine(other, QStringLiteral("ready")).split(QLatin1Char(' '));
-    ASSERT_EQ(watchedReady.size(), 3);
-    ASSERT_EQ(otherReady.size(), 3);
-    const auto pid = pid_t(watchedReady[2].toInt());
+    const auto watched = desktop->startWindow(QStringLiteral("Watched"), accessible);
+    const auto other = desktop->startWindow(QStringLiteral("Other"), accessible);
+    ASSERT_FALSE(watched.id.isEmpty());
+    ASSERT_FALSE(other.id.isEmpty());
+    const pid_t pid = watched.pid;
 
     Accessibility& ax = Accessibility::shared();
     AXUIElementRef element = ax.createApplication(pid);
@@ -129,26 +104,19 @@ TEST_F(AccessibilityBusTest, DeliversSubscribedNotificationsOfTheObservedApplica
         kAXErrorNotificationUnsupported);
     ax.addObserverToRunLoop(observer);
 
-    auto tell = [](QProcess* p, const char* command) {
-        p->write(command);
-        p->write("\n");
-        return !waitForLine(p, QStringLiteral("ok")).isEmpty();
-    };
-    auto activate = [&](const QStringList& ready) {
-        QProcess xdotool;
-        xdotool.setProcessEnvironment(desktop->environment());
-        xdotool.start(QStringLiteral("xdotool"),
-            { QStringLiteral("windowactivate"), QStringLiteral("--sync"), ready[1] });
-        return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
+    auto tell = [](const PrivateDesktop::Window& w, const char* command) {
+        w.process->write(command);
+        w.process->write("\n");
+        return !waitForLine(w.process, QStringLiteral("ok")).isEmpty();
     };
 
     // The other application's changes are not the observer's business.
-    ASSERT_TRUE(activate(otherReady));
+    ASSERT_TRUE(desktop->activate(other));
     ASSERT_TRUE(tell(other, "title Other renamed"));
     spinFor(1000);
     EXPECT_TRUE(g_received.empty()) << g_received.front().notification.toStdString();
 
-    ASSERT_TRUE(activate(watchedReady));
+    ASSERT_TRUE(desktop->activate(watched));
     ASSERT_TRUE(spinUntil([] { return find(QStringLiteral("AXFocusedWindowChanged")); }));
     ASSERT_TRUE(tell(watched, "title Watched renamed"));
     ASSERT_TRUE(spinUntil([] { return find(QStringLiteral("AXTitleChanged")); }));
@@ -176,26 +144,14 @@ TEST_F(AccessibilityBusTest, FocusingAndRetitlingGiveProcessUINotifications)
 {
     QProcessEnvironment accessible;
     accessible.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
-    const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
-    QProcess* watched = desktop->start(program, { QStringLiteral("Watched") }, accessible);
-    QProcess* other = desktop->start(program, { QStringLiteral("Other") });
-    const QStringList watchedReady
-        = waitForLine(watched, QStringLiteral("ready")).split(QLatin1Char(' '));
-    const QStringList otherReady
-        = waitForLine(other, QStringLiteral("ready")).split(QLatin1Char(' '));
-    ASSERT_EQ(watchedReady.size(), 3);
-    ASSERT_EQ(otherReady.size(), 3);
-    auto activate = [&](const QStringList& ready) {
-        QProcess xdotool;
-        xdotool.setProcessEnvironment(desktop->environment());
-        xdotool.start(QStringLiteral("xdotool"),
-            { QStringLiteral("windowactivate"), QStringLiteral("--sync"), ready[1] });
-        return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
-    };
-    ASSERT_TRUE(activate(otherReady));
+    const auto watched = desktop->startWindow(QStringLiteral("Watched"), accessible);
+    const auto other = desktop->startWindow(QStringLiteral("Other"));
+    ASSERT_FALSE(watched.id.isEmpty());
+    ASSERT_FALSE(other.id.isEmpty());
+    ASSERT_TRUE(desktop->activate(other));
 
     LogRecorder log;
-    const RZProcessRef process = RZProcess::processWithPID(pid_t(watchedReady[2].toInt()));
+    const RZProcessRef process = RZProcess::processWithPID(watched.pid);
     ASSERT_TRUE(process);
     QList<Notification> posted;
     const auto token = NotificationCenter::defaultCenter().addObserver(
@@ -212,18 +168,18 @@ TEST_F(AccessibilityBusTest, FocusingAndRetitlingGiveProcessUINotifications)
 
     // The application learns of our listeners asynchronously: retitle until it reports.
     for (int i = 0; i < 40 && !events().contains(QStringLiteral("AXTitleChanged")); ++i) {
-        watched->write(QStringLiteral("title Probe %1\n").arg(i).toUtf8());
+        watched.process->write(QStringLiteral("title Probe %1\n").arg(i).toUtf8());
         spinUntil([&] { return events().contains(QStringLiteral("AXTitleChanged")); }, 250);
     }
     ASSERT_TRUE(events().contains(QStringLiteral("AXTitleChanged")));
     spinFor(300);
     posted.clear();
 
-    ASSERT_TRUE(activate(watchedReady));
+    ASSERT_TRUE(desktop->activate(watched));
     ASSERT_TRUE(spinUntil([&] {
         return events().contains(QStringLiteral("AXFocusedWindowChanged"));
     })) << events().join(QLatin1Char(' ')).toStdString();
-    watched->write("title Retitled\n");
+    watched.process->write("title Retitled\n");
     ASSERT_TRUE(spinUntil([&] { return events().contains(QStringLiteral("AXTitleChanged")); }))
         << events().join(QLatin1Char(' ')).toStdString();
     const Notification& title = posted[events().indexOf(QStringLiteral("AXTitleChanged"))];

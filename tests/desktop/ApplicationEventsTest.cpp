@@ -7,10 +7,6 @@
 #include "PrivateDesktop.h"
 #include "TestSupport.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QElapsedTimer>
-
 #include <gmock/gmock.h>
 
 namespace {
@@ -42,22 +38,6 @@ int countOf(uint32_t kind)
         std::count_if(g_seen.begin(), g_seen.end(), [&](const Seen& s) { return s.kind == kind; }));
 }
 
-/// Runs the event loop until condition holds or timeoutMs passes.
-bool spinUntil(const std::function<bool()>& condition, int timeoutMs = 10000)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!condition() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-    return condition();
-}
-
-void spinFor(int ms)
-{
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-}
 } // namespace
 
 TEST(ApplicationEvents, ProcessStartedAndEndedGivesLaunchThenTermination)
@@ -87,15 +67,10 @@ TEST(ApplicationEvents, ActivatingAnotherApplicationsWindowGivesOneFrontSwitch)
 {
     PrivateDesktop desktop;
     ASSERT_TRUE(desktop.startDisplay()) << desktop.error().toStdString();
-    const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
-    QProcess* first = desktop.start(program, { QStringLiteral("First") });
-    QProcess* second = desktop.start(program, { QStringLiteral("Second") });
-    const QStringList firstReady
-        = waitForLine(first, QStringLiteral("ready")).split(QLatin1Char(' '));
-    const QStringList secondReady
-        = waitForLine(second, QStringLiteral("ready")).split(QLatin1Char(' '));
-    ASSERT_EQ(firstReady.size(), 3);
-    ASSERT_EQ(secondReady.size(), 3);
+    const auto first = desktop.startWindow(QStringLiteral("First"));
+    const auto second = desktop.startWindow(QStringLiteral("Second"));
+    ASSERT_FALSE(first.id.isEmpty());
+    ASSERT_FALSE(second.id.isEmpty());
 
     g_seen.clear();
     qputenv("DISPLAY", desktop.display().toLocal8Bit());
@@ -103,23 +78,14 @@ TEST(ApplicationEvents, ActivatingAnotherApplicationsWindowGivesOneFrontSwitch)
     source->installEventHandler(source->getApplicationEventTarget(), record, kAllKinds, nullptr);
     qunsetenv("DISPLAY");
 
-    auto activate = [&](const QStringList& ready) {
-        QProcess xdotool;
-        xdotool.setProcessEnvironment(desktop.environment());
-        xdotool.start(QStringLiteral("xdotool"),
-            { QStringLiteral("windowactivate"), QStringLiteral("--sync"), ready[1] });
-        return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
-    };
     // Whichever window came up active, the first one is active after this.
-    ASSERT_TRUE(activate(firstReady));
+    ASSERT_TRUE(desktop.activate(first));
     spinFor(500);
-    for (const QStringList& ready : { secondReady, firstReady }) {
+    for (const auto& window : { second, first }) {
         const int before = countOf(kEventAppFrontSwitched);
-        ASSERT_TRUE(activate(ready));
-        ASSERT_TRUE(spinUntil([&] {
-            return seen(kEventAppFrontSwitched, pid_t(ready[2].toInt()));
-        })) << "no front switch to "
-            << ready[2].toStdString();
+        ASSERT_TRUE(desktop.activate(window));
+        ASSERT_TRUE(spinUntil([&] { return seen(kEventAppFrontSwitched, window.pid); }))
+            << "no front switch to " << window.pid;
         spinFor(500); // a repeated report of the same change would arrive by now
         EXPECT_EQ(countOf(kEventAppFrontSwitched), before + 1);
         g_seen.clear();

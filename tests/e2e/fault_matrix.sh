@@ -22,7 +22,6 @@ make_app() { # dir version
   ln -s file1.bin "$1/Contents/Resources/more/link"
   echo "$2" >"$1/Contents/Resources/more/deeper/version.txt"
 }
-digest() { (cd "$1" 2>/dev/null && find . -printf '%p %y %m %s %l\n' | sort && find . -type f -exec md5sum {} + | sort) | md5sum | cut -c1-32; }
 make_app "$src" 2.0
 make_app "$T/old/Demo.app" 1.0
 NEW=$(digest "$src") OLD=$(digest "$T/old/Demo.app")

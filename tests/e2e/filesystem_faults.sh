@@ -8,7 +8,6 @@ set -uo pipefail
 source "$(dirname "$0")/../support/e2e-lib.bash"
 e2e_init "$1"
 PROBE=$BUILD/test-programs/install_probe
-digest() { (cd "$1" 2>/dev/null && find . -printf '%p %y %m %s %l\n' | sort && find . -type f -exec md5sum {} + | sort) | md5sum | cut -c1-32; }
 new_app() { # dir megabytes
   cp -a "$BUILD/Demo/Demo.app" "$1"
   head -c $(( $2 * 1024 * 1024 )) /dev/urandom >"$1/Contents/Resources/payload.bin"

@@ -1,7 +1,7 @@
 #pragma once
 // Accessibility on demand: records every call in order ("observerCreate 42", "addNotification
-// AXTitleChanged", ...), can be told to fail each step, and delivers notifications a test asks
-// for to the observers that subscribed to them and are on a run loop.
+// AXTitleChanged", ...), can be told to fail creating the element or the observer, and delivers
+// notifications a test asks for to the observers that subscribed to them and are on a run loop.
 
 #include "Platform/Accessibility.h"
 
@@ -16,7 +16,6 @@ public:
     QStringList calls;
     bool failCreateApplication = false;
     AXError observerCreateStatus = kAXErrorSuccess;
-    AXError addNotificationStatus = kAXErrorSuccess;
     int liveElements = 0;
     int liveObservers = 0;
 
@@ -34,8 +33,6 @@ public:
     /// Calls back every observer of pid that subscribed to notification and is on a run loop;
     /// answers how many were called.
     int deliver(pid_t pid, const QString& notification, const AXElement* element);
-    /// The notifications observers of pid are subscribed to.
-    QStringList subscriptions(pid_t pid) const;
 
 private:
     struct Observer {

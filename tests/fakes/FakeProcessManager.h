@@ -98,7 +98,6 @@ public:
     ~FakeAppleEvents() override { AppleEvents::setShared(nullptr); }
 
     OSStatus quitStatus = noErr;
-    OSStatus messageStatus = errAEEventNotHandled;
     QList<pid_t> quitEvents;
     QList<long> messageTimeouts;
 
@@ -110,6 +109,6 @@ public:
     OSStatus sendMessage(pid_t, OSType, OSType, long timeoutTicks) override
     {
         messageTimeouts.append(timeoutTicks);
-        return messageStatus;
+        return errAEEventNotHandled;
     }
 };

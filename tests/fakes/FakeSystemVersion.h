@@ -3,7 +3,6 @@
 
 #include "Platform/SystemVersion.h"
 
-#include <QList>
 #include <QMap>
 
 class FakeSystemVersion final : public SystemVersion {
@@ -13,11 +12,9 @@ public:
 
     QMap<OSType, int32_t> answers;
     double toolkit = 1561.0;
-    QList<OSType> asked;
 
     OSErr gestalt(OSType selector, int32_t* response) override
     {
-        asked.append(selector);
         if (!answers.contains(selector))
             return gestaltUndefSelectorErr;
         *response = answers.value(selector);

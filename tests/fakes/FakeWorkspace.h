@@ -12,18 +12,14 @@ public:
     FakeWorkspace() { Workspace::setShared(this); }
     ~FakeWorkspace() override { Workspace::setShared(nullptr); }
 
-    bool recycleWorks = true;
     int opensFailingFirst = 0; // openFile fails this many times, then works
     bool hasIcon = true;
     QStringList calls;
 
-    bool recycle(const QString& path) override
-    {
-        return record(QStringLiteral("recycle ") + path) && recycleWorks;
-    }
+    bool recycle(const QString& path) override { return record(QStringLiteral("recycle ") + path); }
     bool recycleAs(const QString& current, const QString&) override
     {
-        return record(QStringLiteral("recycle ") + current) && recycleWorks;
+        return record(QStringLiteral("recycle ") + current);
     }
     void noteFileSystemChanged(const QString& path) override
     {

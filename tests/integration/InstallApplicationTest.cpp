@@ -74,6 +74,19 @@ protected:
         destination = dir.filePath(QStringLiteral("Apps/Odd Name.app"));
     }
     void TearDown() override { qunsetenv("XDG_DATA_HOME"); }
+    /// Installs version 1.0 of the odd bundle and makes version 2.0 beside it.
+    void installV1()
+    {
+        v1 = oddBundle(dir.filePath(QStringLiteral("v1")), QStringLiteral("1.0"));
+        v2 = oddBundle(dir.filePath(QStringLiteral("v2")), QStringLiteral("2.0"));
+        ASSERT_EQ(InstallApplication(v1, destination, std::nullopt), 0);
+    }
+    QStringList appsEntries()
+    {
+        return QDir(dir.filePath(QStringLiteral("Apps")))
+            .entryList(QDir::Hidden | QDir::AllEntries | QDir::NoDotAndDotDot);
+    }
+    QString apps(const char* path) { return dir.filePath(QStringLiteral("Apps/")) + path; }
     QString trashList()
     {
         QProcess p;
@@ -85,16 +98,14 @@ protected:
     }
 
     QTemporaryDir dir;
-    QString destination;
+    QString destination, v1, v2;
     LogRecorder log;
 };
 } // namespace
 
 TEST_F(InstallApplicationTest, ByteExactCopyThenReplaceWithTheOldOneInTheTrash)
 {
-    const QString v1 = oddBundle(dir.filePath(QStringLiteral("v1")), QStringLiteral("1.0"));
-    const QString v2 = oddBundle(dir.filePath(QStringLiteral("v2")), QStringLiteral("2.0"));
-    ASSERT_EQ(InstallApplication(v1, destination, std::nullopt), 0);
+    ASSERT_NO_FATAL_FAILURE(installV1());
     EXPECT_EQ(treeListing(destination), treeListing(v1));
 
     ASSERT_EQ(InstallApplication(v2, destination, std::nullopt), 0);
@@ -104,17 +115,13 @@ TEST_F(InstallApplicationTest, ByteExactCopyThenReplaceWithTheOldOneInTheTrash)
     const QString trashed = dir.filePath(QStringLiteral("data/Trash/files/Odd Name.app"));
     EXPECT_EQ(treeListing(trashed), treeListing(v1)) << "the old copy is whole in the Trash";
     EXPECT_TRUE(trashList().contains(destination)) << trashList().toStdString();
-    EXPECT_TRUE(QDir(dir.filePath(QStringLiteral("Apps")))
-                    .entryList(QDir::Hidden | QDir::AllEntries | QDir::NoDotAndDotDot)
-        == QStringList { QStringLiteral("Odd Name.app") })
+    EXPECT_EQ(appsEntries(), QStringList { QStringLiteral("Odd Name.app") })
         << "no staging folder is left";
 }
 
 TEST_F(InstallApplicationTest, TrashRefusedPutsTheOldCopyBack)
 {
-    const QString v1 = oddBundle(dir.filePath(QStringLiteral("v1")), QStringLiteral("1.0"));
-    const QString v2 = oddBundle(dir.filePath(QStringLiteral("v2")), QStringLiteral("2.0"));
-    ASSERT_EQ(InstallApplication(v1, destination, std::nullopt), 0);
+    ASSERT_NO_FATAL_FAILURE(installV1());
     InstallOptions refuse;
     refuse.trash = [](const QString&, const QString&) { return false; };
     EXPECT_EQ(InstallApplication(v2, destination, std::nullopt, refuse), 1);
@@ -122,17 +129,12 @@ TEST_F(InstallApplicationTest, TrashRefusedPutsTheOldCopyBack)
     EXPECT_TRUE(log.contains(
         QStringLiteral("ERROR -- Could not trash '") + destination + QStringLiteral("'")));
     EXPECT_TRUE(log.contains(QStringLiteral("ERROR -- Could not trash existing ") + destination));
-    EXPECT_EQ(QDir(dir.filePath(QStringLiteral("Apps")))
-                  .entryList(QDir::Hidden | QDir::AllEntries | QDir::NoDotAndDotDot)
-                  .size(),
-        1);
+    EXPECT_EQ(appsEntries().size(), 1);
 }
 
 TEST_F(InstallApplicationTest, RefusedItemsFailTheCopyAndLeaveTheOldCopy)
 {
-    const QString v1 = oddBundle(dir.filePath(QStringLiteral("v1")), QStringLiteral("1.0"));
-    const QString v2 = oddBundle(dir.filePath(QStringLiteral("v2")), QStringLiteral("2.0"));
-    ASSERT_EQ(InstallApplication(v1, destination, std::nullopt), 0);
+    ASSERT_NO_FATAL_FAILURE(installV1());
     ASSERT_EQ(::mkfifo(b(v2 + QStringLiteral("/Contents/Resources/pipe")).constData(), 0600), 0);
     EXPECT_EQ(InstallApplication(v2, destination, std::nullopt), 2);
     EXPECT_EQ(treeListing(destination), treeListing(v1));
@@ -145,9 +147,9 @@ TEST_F(InstallApplicationTest, RefusedItemsFailTheCopyAndLeaveTheOldCopy)
 
 TEST_F(InstallApplicationTest, AStagingFolderLeftByAKilledRunGoesToTheTrash)
 {
-    const QString v1 = oddBundle(dir.filePath(QStringLiteral("v1")), QStringLiteral("1.0"));
-    const QString stale = dir.filePath(QStringLiteral("Apps/"))
-        + QFile::decodeName(stagingPrefix("Odd Name.app")) + QStringLiteral("999999-abc");
+    v1 = oddBundle(dir.filePath(QStringLiteral("v1")), QStringLiteral("1.0"));
+    const QString stale
+        = apps(stagingPrefix("Odd Name.app").constData()) + QStringLiteral("999999-abc");
     QDir().mkpath(stale + QStringLiteral("/Contents"));
     ASSERT_EQ(InstallApplication(v1, destination, std::nullopt), 0);
     EXPECT_FALSE(QFileInfo::exists(stale));
@@ -164,30 +166,24 @@ TEST_F(InstallApplicationTest, WrapperItemsOneByOneOrTheWholeFolder)
     const QString app = makeBundle(dir.filePath(QStringLiteral("Disk")), QStringLiteral("Foo"), {});
 
     // A missing target folder gets the whole wrapper.
-    EXPECT_EQ(
-        InstallApplication(app, dir.filePath(QStringLiteral("Apps/Foo/Foo.app")), wrapper), 0);
-    EXPECT_EQ(
-        readFile(dir.filePath(QStringLiteral("Apps/Foo/Read Me.txt"))), QByteArray("read me"));
-    EXPECT_TRUE(
-        QFileInfo::exists(dir.filePath(QStringLiteral("Apps/Foo/Foo.app/Contents/Info.plist"))));
+    EXPECT_EQ(InstallApplication(app, apps("Foo/Foo.app"), wrapper), 0);
+    EXPECT_EQ(readFile(apps("Foo/Read Me.txt")), QByteArray("read me"));
+    EXPECT_TRUE(QFileInfo::exists(apps("Foo/Foo.app/Contents/Info.plist")));
 
     // An existing one has each item replaced; others stay.
-    writeFile(dir.filePath(QStringLiteral("Apps/Foo/Plugins/old.txt")), "old");
-    writeFile(dir.filePath(QStringLiteral("Apps/Foo/mine.txt")), "mine");
+    writeFile(apps("Foo/Plugins/old.txt"), "old");
+    writeFile(apps("Foo/mine.txt"), "mine");
     writeFile(wrapper + QStringLiteral("/Read Me.txt"), "read me 2");
-    EXPECT_EQ(
-        InstallApplication(app, dir.filePath(QStringLiteral("Apps/Foo/Foo.app")), wrapper), 0);
-    EXPECT_EQ(
-        readFile(dir.filePath(QStringLiteral("Apps/Foo/Read Me.txt"))), QByteArray("read me 2"));
-    EXPECT_FALSE(QFileInfo::exists(dir.filePath(QStringLiteral("Apps/Foo/Plugins/old.txt"))))
+    EXPECT_EQ(InstallApplication(app, apps("Foo/Foo.app"), wrapper), 0);
+    EXPECT_EQ(readFile(apps("Foo/Read Me.txt")), QByteArray("read me 2"));
+    EXPECT_FALSE(QFileInfo::exists(apps("Foo/Plugins/old.txt")))
         << "an existing item is replaced whole";
-    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("Apps/Foo/mine.txt"))));
+    EXPECT_TRUE(QFileInfo::exists(apps("Foo/mine.txt")));
 
     ::mkfifo(b(wrapper + QStringLiteral("/fifo")).constData(), 0600);
-    EXPECT_EQ(
-        InstallApplication(app, dir.filePath(QStringLiteral("Apps/Foo/Foo.app")), wrapper), 2);
-    EXPECT_TRUE(log.contains(QStringLiteral("ERROR -- Could not copy auxiliary item to ")
-        + dir.filePath(QStringLiteral("Apps/Foo/fifo"))));
+    EXPECT_EQ(InstallApplication(app, apps("Foo/Foo.app"), wrapper), 2);
+    EXPECT_TRUE(log.contains(
+        QStringLiteral("ERROR -- Could not copy auxiliary item to ") + apps("Foo/fifo")));
 }
 
 TEST_F(InstallApplicationTest, DesktopEntryIsValidAndReplacedNotDuplicated)

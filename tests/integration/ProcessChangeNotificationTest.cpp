@@ -9,9 +9,6 @@
 #include "PrivateDesktop.h"
 #include "TestSupport.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-
 #include <gmock/gmock.h>
 
 namespace {
@@ -23,14 +20,6 @@ public:
     pid_t unixPID() const { return 0; }
     QString description() const { return {}; }
 };
-
-bool spinUntil(const std::function<bool()>& condition, int timeoutMs = 10000)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!condition() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-    return condition();
-}
 
 class ProcessChangeNotificationTest : public ::testing::Test {
 protected:
@@ -77,23 +66,11 @@ TEST_F(ProcessChangeNotificationTest, ActivatingAnotherApplicationsWindowGivesFr
 {
     PrivateDesktop desktop;
     ASSERT_TRUE(desktop.startDisplay()) << desktop.error().toStdString();
-    const QString program = QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window");
-    QProcess* first = desktop.start(program, { QStringLiteral("First") });
-    QProcess* second = desktop.start(program, { QStringLiteral("Second") });
-    const QString firstWindow
-        = waitForLine(first, QStringLiteral("ready")).section(QLatin1Char(' '), 1, 1);
-    const QString secondWindow
-        = waitForLine(second, QStringLiteral("ready")).section(QLatin1Char(' '), 1, 1);
-    ASSERT_FALSE(firstWindow.isEmpty());
-    ASSERT_FALSE(secondWindow.isEmpty());
-    auto activate = [&](const QString& window) {
-        QProcess xdotool;
-        xdotool.setProcessEnvironment(desktop.environment());
-        xdotool.start(QStringLiteral("xdotool"),
-            { QStringLiteral("windowactivate"), QStringLiteral("--sync"), window });
-        return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
-    };
-    ASSERT_TRUE(activate(firstWindow));
+    const auto first = desktop.startWindow(QStringLiteral("First"));
+    const auto second = desktop.startWindow(QStringLiteral("Second"));
+    ASSERT_FALSE(first.id.isEmpty());
+    ASSERT_FALSE(second.id.isEmpty());
+    ASSERT_TRUE(desktop.activate(first));
 
     qputenv("DISPLAY", desktop.display().toLocal8Bit());
     // The processes of a user without any: only the window manager reports, and no launch or
@@ -101,7 +78,7 @@ TEST_F(ProcessChangeNotificationTest, ActivatingAnotherApplicationsWindowGivesFr
     auto source = makeLinuxApplicationEventSource(64123);
     watchWith<2>(*source);
     qunsetenv("DISPLAY");
-    ASSERT_TRUE(activate(secondWindow));
+    ASSERT_TRUE(desktop.activate(second));
     ASSERT_TRUE(spinUntil([&] { return words.contains(QStringLiteral("front")); }))
         << words.join(QLatin1Char(' ')).toStdString();
 }

@@ -71,13 +71,15 @@ protected:
     /// Plays the tone at a volume while both sinks are recorded; returns their peak levels.
     std::pair<double, double> playAndMeasure(const QString& volume)
     {
+        auto file = [&](const QString& sink) {
+            return dir.filePath(sink + volume + QStringLiteral(".wav"));
+        };
         auto record = [&](const QString& sink) {
             auto* p = new QProcess;
             p->setProcessEnvironment(env);
             p->start(QStringLiteral("parecord"),
                 { QStringLiteral("--device=") + sink + QStringLiteral(".monitor"),
-                    QStringLiteral("--file-format=wav"),
-                    dir.filePath(sink + volume + QStringLiteral(".wav")) });
+                    QStringLiteral("--file-format=wav"), file(sink) });
             return p;
         };
         QProcess* alerts = record(QStringLiteral("alerts"));
@@ -85,12 +87,8 @@ protected:
         // A monitor needs a lead-in, or the start of the sound is lost: wait until both recordings
         // are really capturing (their files grow), then a little more.
         for (int i = 0; i < 100; ++i) {
-            if (QFileInfo(dir.filePath(QStringLiteral("alerts") + volume + QStringLiteral(".wav")))
-                        .size()
-                    > 32768
-                && QFileInfo(dir.filePath(QStringLiteral("main") + volume + QStringLiteral(".wav")))
-                        .size()
-                    > 32768)
+            if (QFileInfo(file(QStringLiteral("alerts"))).size() > 32768
+                && QFileInfo(file(QStringLiteral("main"))).size() > 32768)
                 break;
             QThread::msleep(50);
         }
@@ -103,8 +101,7 @@ protected:
             delete p;
             QProcess sox;
             sox.start(QStringLiteral("sox"),
-                { dir.filePath(sink + volume + QStringLiteral(".wav")), QStringLiteral("-n"),
-                    QStringLiteral("stat") });
+                { file(sink), QStringLiteral("-n"), QStringLiteral("stat") });
             sox.waitForFinished(10000);
             const QString out = QString::fromUtf8(sox.readAllStandardError());
             const auto line

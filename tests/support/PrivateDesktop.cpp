@@ -1,10 +1,12 @@
 #include "PrivateDesktop.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 
@@ -73,6 +75,30 @@ QProcess* PrivateDesktop::start(
     p->setProperty("group", p->processId());
     m_processes << p;
     return p;
+}
+
+PrivateDesktop::Window PrivateDesktop::startWindow(
+    const QString& title, const QProcessEnvironment& extra)
+{
+    Window w;
+    w.process = start(
+        QStringLiteral(TEST_BINARY_DIR "/test-programs/accessible_window"), { title }, extra);
+    const QStringList ready
+        = waitForLine(w.process, QStringLiteral("ready")).split(QLatin1Char(' '));
+    if (ready.size() == 3) {
+        w.id = ready[1];
+        w.pid = pid_t(ready[2].toInt());
+    }
+    return w;
+}
+
+bool PrivateDesktop::activate(const Window& window)
+{
+    QProcess xdotool;
+    xdotool.setProcessEnvironment(environment());
+    xdotool.start(QStringLiteral("xdotool"),
+        { QStringLiteral("windowactivate"), QStringLiteral("--sync"), window.id });
+    return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
 }
 
 bool PrivateDesktop::fail(const QString& message)
@@ -174,4 +200,20 @@ QString waitForLine(QProcess* process, const QString& prefix, int timeoutMs)
         process->waitForReadyRead(int(std::max<qint64>(1, deadline.remainingTime())));
     }
     return {};
+}
+
+bool spinUntil(const std::function<bool()>& condition, int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!condition() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    return condition();
+}
+
+void spinFor(int ms)
+{
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < ms)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }

@@ -9,6 +9,8 @@
 #include <QProcessEnvironment>
 #include <QString>
 
+#include <functional>
+
 class PrivateDesktop {
 public:
     PrivateDesktop();
@@ -29,6 +31,17 @@ public:
     QProcess* start(const QString& program, const QStringList& arguments,
         const QProcessEnvironment& extra = QProcessEnvironment());
 
+    /// A window of the accessible_window test program, once it reported "ready <window> <pid>".
+    struct Window {
+        QProcess* process = nullptr;
+        QString id; // empty: it did not come up
+        pid_t pid = 0;
+    };
+    Window startWindow(
+        const QString& title, const QProcessEnvironment& extra = QProcessEnvironment());
+    /// Activates a window through the window manager; whether that worked.
+    bool activate(const Window& window);
+
 private:
     QProcess* launch(const QString& program, const QStringList& arguments);
     bool fail(const QString& message);
@@ -42,3 +55,8 @@ private:
 
 /// Reads lines from a started program until one starts with prefix; empty after timeoutMs.
 QString waitForLine(QProcess* process, const QString& prefix, int timeoutMs = 10000);
+
+/// Runs the event loop until condition holds or timeoutMs passes; answers the condition.
+bool spinUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
+/// Runs the event loop for ms milliseconds.
+void spinFor(int ms);

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Log.h"
 #include "Platform/Foundation/PropertyList.h"
+#include "RZProcess.h"
 
 #include <QDir>
 #include <QFile>
@@ -33,6 +34,15 @@ void LogRecorder::clear()
 {
     std::lock_guard lock(m_mutex);
     m_lines.clear();
+}
+
+QList<pid_t> cachedProcessPids()
+{
+    QList<pid_t> pids;
+    for (const RZProcessRef& p :
+        RZProcess::cachedProcessesEnumerator().value_or(QList<RZProcessRef>()))
+        pids << pid_t(p->serialNumber().lowLongOfPSN);
+    return pids;
 }
 
 bool writeFile(const QString& path, const QByteArray& contents)

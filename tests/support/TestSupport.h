@@ -8,6 +8,7 @@
 
 #include <mutex>
 #include <ostream>
+#include <sys/types.h>
 
 /// Readable QStrings in test failures.
 inline void PrintTo(const QString& s, std::ostream* os)
@@ -37,5 +38,8 @@ QString makeBundle(const QString& parent, const QString& name, const QVariantMap
     const QString& program = QString());
 
 /// Writes a file (creating folders); returns false on failure.
+/// The pids of the process objects in the cache, most recently used first.
+QList<pid_t> cachedProcessPids();
+
 bool writeFile(const QString& path, const QByteArray& contents);
 QByteArray readFile(const QString& path);

@@ -101,24 +101,17 @@ protected:
     QList<Notification> posted;
 };
 
-TEST_F(NotificationQueueTest, PostsOnlyOnceTheEventLoopRuns)
-{
-    queue.enqueueNotification(note("N", &senderA, "1"), PostWhenIdle);
-    EXPECT_TRUE(posted.isEmpty());
-    QCoreApplication::processEvents();
-    EXPECT_THAT(describe(posted), ElementsAre("N:1"));
-    EXPECT_TRUE(queue.pendingNotifications().isEmpty());
-}
-
-TEST_F(NotificationQueueTest, MergesSimilarWaitingNotificationsKeepingTheFirst)
+TEST_F(NotificationQueueTest, PostsWhenTheEventLoopRunsMergingSimilarOnesKeepingTheFirst)
 {
     queue.enqueueNotification(note("N", &senderA, "started"), PostWhenIdle);
     queue.enqueueNotification(note("N", &senderA, "ended"), PostWhenIdle);
     queue.enqueueNotification(note("N", &senderB, "other sender"), PostWhenIdle);
     queue.enqueueNotification(note("M", &senderA, "other name"), PostWhenIdle);
     queue.enqueueNotification(note("N", &senderA, "front"), PostWhenIdle);
+    EXPECT_TRUE(posted.isEmpty());
     QCoreApplication::processEvents();
     EXPECT_THAT(describe(posted), ElementsAre("N:started", "N:other sender", "M:other name"));
+    EXPECT_TRUE(queue.pendingNotifications().isEmpty());
 }
 
 TEST_F(NotificationQueueTest, CoalescingMaskDecidesWhatIsSimilar)

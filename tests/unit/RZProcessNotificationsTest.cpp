@@ -224,14 +224,6 @@ protected:
         manager.add(12, QStringLiteral("Gone"), QStringLiteral("GONE"));
     }
     ~RZProcessClassNotificationsTest() override { RZProcess::resetForTesting(); }
-    static QList<pid_t> cachedPids()
-    {
-        QList<pid_t> pids;
-        for (const RZProcessRef& p :
-            RZProcess::cachedProcessesEnumerator().value_or(QList<RZProcessRef>()))
-            pids << pid_t(p->serialNumber().lowLongOfPSN);
-        return pids;
-    }
     static void send(uint32_t kind)
     {
         const ApplicationEvent event { kEventClassApplication, kind, 0 };
@@ -271,7 +263,7 @@ TEST_F(
         send(c.kind);
         // Before the queue posts anything, the cache is already as the observers will see it.
         EXPECT_EQ(NotificationQueue::defaultQueue().pendingNotifications().size(), 1) << c.word;
-        EXPECT_EQ(cachedPids(), c.cachedAfter) << c.word;
+        EXPECT_EQ(cachedProcessPids(), c.cachedAfter) << c.word;
         EXPECT_EQ(gone.expired(), c.cachedAfter.size() == 1) << "the cache owned it";
         EXPECT_EQ(RZProcess::applicationLaunchEndCount() - before, c.counted) << c.word;
         const QList<Notification> list = posted.take();
@@ -302,19 +294,4 @@ TEST_F(
     EXPECT_EQ(ax.liveObservers, 0);
     EXPECT_EQ(ax.calls.mid(ax.calls.size() - 3),
         (QStringList { "releaseElement", "removeFromRunLoop", "releaseObserver" }));
-}
-
-TEST_F(RZProcessClassNotificationsTest, FailuresNameTheProcessByItsDescription)
-{
-    ax.observerCreateStatus = kAXErrorAPIDisabled;
-    const RZProcessRef process = RZProcess::processWithPID(11);
-    process->addAXNotification(QStringLiteral("AXValueChanged"));
-    process->addAXNotification(QStringLiteral("AXValueChanged"));
-    const QString description = process->description();
-    EXPECT_TRUE(description.startsWith(QStringLiteral("Process \"Alive\" (ALIV)")))
-        << description.toStdString();
-    EXPECT_EQ(log.lines(),
-        (QStringList { "AX Notifications: Could not create observer for " + description,
-            "AX Notifications: Could not add notification AXValueChanged for " + description,
-            "AX Notifications: Could not add notification AXValueChanged for " + description }));
 }

@@ -17,13 +17,6 @@ protected:
     void SetUp() override { RZProcess::resetForTesting(); }
     void TearDown() override { RZProcess::resetForTesting(); }
 
-    QList<pid_t> cacheOrder()
-    {
-        QList<pid_t> pids;
-        for (const auto& p : RZProcess::cachedProcessesEnumerator().value_or(QList<RZProcessRef>()))
-            pids.append(pid_t(p->serialNumber().lowLongOfPSN));
-        return pids;
-    }
     RZProcessRef byPid(pid_t pid)
     {
         return RZProcess::processWithSerialNumber({ 1, uint32_t(pid) });
@@ -39,11 +32,11 @@ TEST_F(RZProcessTest, CacheIsOrderedByMostRecentUse)
         << "no cache before the first object";
     for (pid_t pid : { 5, 4, 3, 2, 1 })
         byPid(pid);
-    EXPECT_EQ(cacheOrder(), (QList<pid_t> { 1, 2, 3, 4, 5 }));
+    EXPECT_EQ(cachedProcessPids(), (QList<pid_t> { 1, 2, 3, 4, 5 }));
     const RZProcessRef first = byPid(4); // index 3
-    EXPECT_EQ(cacheOrder(), (QList<pid_t> { 4, 1, 2, 3, 5 }));
+    EXPECT_EQ(cachedProcessPids(), (QList<pid_t> { 4, 1, 2, 3, 5 }));
     EXPECT_EQ(byPid(4), first) << "the same process always yields the same object";
-    EXPECT_EQ(cacheOrder(), (QList<pid_t> { 4, 1, 2, 3, 5 }));
+    EXPECT_EQ(cachedProcessPids(), (QList<pid_t> { 4, 1, 2, 3, 5 }));
     EXPECT_EQ(RZProcess::indexOfCachedProcessWithSerialNumber({ 1, 99 }), NSNotFound);
 }
 
@@ -57,11 +50,11 @@ TEST_F(RZProcessTest, CleanupKeepsSurvivorsInOrder)
     manager.processes[1].running = false; // pid 2, cache index 1
     manager.processes[3].running = false; // pid 4
     RZProcess::cleanupCache();
-    EXPECT_EQ(cacheOrder(), (QList<pid_t> { 3, 5 }));
+    EXPECT_EQ(cachedProcessPids(), (QList<pid_t> { 3, 5 }));
     for (auto& p : manager.processes)
         p.running = false;
     RZProcess::cleanupCache();
-    EXPECT_TRUE(cacheOrder().isEmpty());
+    EXPECT_TRUE(cachedProcessPids().isEmpty());
 }
 
 TEST_F(RZProcessTest, LookupsAnswerTheFirstMatchInEnumerationOrder)

@@ -113,14 +113,13 @@ TEST(ReadMeLoader, FormatDecidedFromTheFile)
         const char* name;
         QByteArray contents;
         const char* text;
-        bool rich;
     } cases[] = {
-        { "notes.txt", "Plain *not markdown*", "Plain *not markdown*", false },
-        { "ReadMe", "{\\rtf1 {\\b Bold} words}", "Bold words", true },
-        { "page.html", "<p>Hello <b>there</b></p>", "Hello there", true },
-        { "page.txt", "<!DOCTYPE html><html><body><i>tagged</i></body></html>", "tagged", true },
-        { "ReadMe.md", "# Title\n\nSome **strong** text", "Title\nSome strong text", true },
-        { "latin1.txt", "caf\xe9", "café", false },
+        { "notes.txt", "Plain *not markdown*", "Plain *not markdown*" },
+        { "ReadMe", "{\\rtf1 {\\b Bold} words}", "Bold words" },
+        { "page.html", "<p>Hello <b>there</b></p>", "Hello there" },
+        { "page.txt", "<!DOCTYPE html><html><body><i>tagged</i></body></html>", "tagged" },
+        { "ReadMe.md", "# Title\n\nSome **strong** text", "Title\nSome strong text" },
+        { "latin1.txt", "caf\xe9", "café" },
     };
     for (const auto& c : cases) {
         const QString path = dir.filePath(QString::fromLatin1(c.name));
