@@ -4,7 +4,6 @@
 #include "TestSupport.h"
 #include "UI/ReadMeLoader.h"
 
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -95,11 +94,9 @@ TEST(RtfReader, DamagedAndHostileInputFinishesQuickly)
         { "huge font size and colour index", "{\\rtf1 \\fs999999999 \\cf99999999 ok}", "ok" },
     };
     for (const auto& c : cases) {
+        // A reader that hangs on one of these runs into the test's time limit.
         QTextDocument doc;
-        QElapsedTimer timer;
-        timer.start();
         ASSERT_TRUE(readRtf(c.data, &doc)) << c.what;
-        EXPECT_LT(timer.elapsed(), 5000) << c.what;
         EXPECT_TRUE(doc.toPlainText().contains(QString::fromLatin1(c.mustContain))) << c.what;
     }
     QTextDocument doc;
