@@ -16,8 +16,6 @@
 struct ProcessInfoRecord {
     QString name;
     OSType signature = 0;
-    /// The process that launched this one; (0, kNoProcess) when it is unknown or gone.
-    ProcessSerialNumber processLauncher;
 };
 
 /// The launcher of applications the session's autostart started (its login items). Its
@@ -39,6 +37,10 @@ public:
         const ProcessSerialNumber& a, const ProcessSerialNumber& b, bool& result)
         = 0;
     virtual OSErr getProcessInformation(const ProcessSerialNumber& psn, ProcessInfoRecord& info)
+        = 0;
+    /// The process that launched this one (the information record's launcher, asked on its own:
+    /// finding it reads more of the process table than the other fields).
+    virtual OSErr getProcessLauncher(const ProcessSerialNumber& psn, ProcessSerialNumber& launcher)
         = 0;
     /// The information dictionary (the bundle's Info.plist plus the process's own keys).
     virtual std::optional<QVariantMap> processInformationCopyDictionary(

@@ -121,12 +121,19 @@ public:
             info.name = QFileInfo(processArgv0(pid_t(psn.lowLongOfPSN))).fileName();
         if (info.name.isEmpty())
             info.name = QFileInfo(exe).fileName();
-        info.processLauncher = {};
-        const pid_t pid = pid_t(psn.lowLongOfPSN);
-        if (startedByAutostart(pid))
-            info.processLauncher = kSessionAutostartProcess;
-        else if (const auto stat = readProcStat(pid))
-            getProcessForPID(stat->ppid, info.processLauncher);
+        return noErr;
+    }
+
+    OSErr getProcessLauncher(const ProcessSerialNumber& psn, ProcessSerialNumber& launcher) override
+    {
+        const auto stat = liveProcess(psn);
+        if (!stat)
+            return procNotFound;
+        launcher = {};
+        if (startedByAutostart(stat->pid))
+            launcher = kSessionAutostartProcess;
+        else
+            getProcessForPID(stat->ppid, launcher);
         return noErr;
     }
 

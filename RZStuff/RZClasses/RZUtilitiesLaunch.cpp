@@ -165,9 +165,11 @@ bool RZUtilities::wasLaunchedByProcess(const QString& creator)
     if (manager.getCurrentProcess(self) != noErr)
         return false;
     ProcessInfoRecord info;
-    if (manager.getProcessInformation(self, info) != noErr)
+    ProcessSerialNumber launcherPsn;
+    if (manager.getProcessInformation(self, info) != noErr
+        || manager.getProcessLauncher(self, launcherPsn) != noErr)
         return false;
-    const auto launcher = manager.processInformationCopyDictionary(info.processLauncher);
+    const auto launcher = manager.processInformationCopyDictionary(launcherPsn);
     if (!launcher)
         return false;
     return launcher->value(QStringLiteral("FileCreator")).toString() == creator;

@@ -113,7 +113,17 @@ OSErr FakeProcessManager::getProcessInformation(
         return procNotFound;
     info.name = p->name;
     info.signature = p->signature;
-    info.processLauncher = p->launcher;
+    return noErr;
+}
+
+OSErr FakeProcessManager::getProcessLauncher(
+    const ProcessSerialNumber& psn, ProcessSerialNumber& launcher)
+{
+    std::lock_guard lock(m_mutex);
+    const FakeProcess* p = find(psn);
+    if (fails("getProcessLauncher") || !p || !p->running)
+        return procNotFound;
+    launcher = p->launcher;
     return noErr;
 }
 

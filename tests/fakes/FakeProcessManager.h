@@ -49,6 +49,8 @@ public:
     OSErr sameProcess(
         const ProcessSerialNumber& a, const ProcessSerialNumber& b, bool& result) override;
     OSErr getProcessInformation(const ProcessSerialNumber& psn, ProcessInfoRecord& info) override;
+    OSErr getProcessLauncher(
+        const ProcessSerialNumber& psn, ProcessSerialNumber& launcher) override;
     std::optional<QVariantMap> processInformationCopyDictionary(
         const ProcessSerialNumber& psn) override;
     std::optional<QString> copyProcessName(const ProcessSerialNumber& psn) override;

@@ -112,7 +112,8 @@ TEST(LaunchContext, LauncherCreatorDecides)
     processes.find(processes.current)->launcher = { 1, 999 }; // gone
     EXPECT_FALSE(RZUtilities::wasLaunchedAsLoginItem());
     processes.find(processes.current)->launcher = autostartPsn;
-    for (const char* failing : { "getCurrentProcess", "getProcessInformation" }) {
+    for (const char* failing :
+        { "getCurrentProcess", "getProcessInformation", "getProcessLauncher" }) {
         processes.failing = { QString::fromLatin1(failing) };
         EXPECT_FALSE(RZUtilities::wasLaunchedAsLoginItem()) << failing;
     }
