@@ -32,31 +32,18 @@ void* openLibrary(const char* name)
     return handle;
 }
 
-void* sndfile()
-{
-    static void* handle = openLibrary("libsndfile.so.1");
-    return handle;
-}
-void* pulse()
-{
-    static void* handle = openLibrary("libpulse.so.0");
-    return handle;
-}
-void* atspi()
-{
-    static void* handle = openLibrary("libatspi.so.0");
-    return handle;
-}
-void* gobject()
-{
-    static void* handle = openLibrary("libgobject-2.0.so.0");
-    return handle;
-}
-void* dbus()
-{
-    static void* handle = openLibrary("libdbus-1.so.3");
-    return handle;
-}
+// One opener per library, each opening its library once.
+#define LIBRARY(function, soname)                                                                  \
+    void* function()                                                                               \
+    {                                                                                              \
+        static void* handle = openLibrary(soname);                                                 \
+        return handle;                                                                             \
+    }
+LIBRARY(sndfile, "libsndfile.so.1")
+LIBRARY(pulse, "libpulse.so.0")
+LIBRARY(atspi, "libatspi.so.0")
+LIBRARY(gobject, "libgobject-2.0.so.0")
+LIBRARY(dbus, "libdbus-1.so.3")
 
 void* symbol(void* library, const char* name)
 {
