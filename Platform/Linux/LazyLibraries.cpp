@@ -100,7 +100,7 @@ LAZY(pulse, void, pa_proplist_free, (pa_proplist * p), (p))
 LAZY(pulse, const char*, pa_proplist_gets, (const pa_proplist* p, const char* key), (p, key))
 LAZY(pulse, int, pa_proplist_sets, (pa_proplist * p, const char* key, const char* value),
     (p, key, value))
-LAZY(pulse, int, pa_sample_spec_valid, (const pa_sample_spec* spec), (spec))
+LAZY(pulse, int, pa_sample_spec_valid, (const pa_sample_spec* ss), (ss))
 LAZY(pulse, pa_stream*, pa_stream_new_with_proplist,
     (pa_context * c, const char* name, const pa_sample_spec* ss, const pa_channel_map* map,
         pa_proplist* p),
