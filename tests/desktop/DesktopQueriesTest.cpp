@@ -18,24 +18,28 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <xcb/xcb.h>
 
 namespace {
 const QString kFakeApp = QStringLiteral(TEST_BINARY_DIR "/test-programs/fakeapp");
 const QString kProbe = QStringLiteral(TEST_BINARY_DIR "/test-programs/launch_context_probe");
 
-/// Runs the event loop until done() holds or ten seconds pass.
-bool eventually(const std::function<bool()>& done)
+/// Calls request now and then (every half second) while waiting: a window manager may drop a
+/// request that comes while it still sets a window up.
+std::function<bool()> repeating(
+    const std::function<void()>& request, const std::function<bool()>& done)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < 10000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    auto last = std::make_shared<QElapsedTimer>();
+    return [=] {
         if (done())
             return true;
-        QThread::msleep(20);
-    }
-    return false;
+        if (!last->isValid() || last->elapsed() >= 500) {
+            request();
+            last->start();
+        }
+        return false;
+    };
 }
 
 /// Asks the window manager to put a window into full screen or out of it, as a pager would.
@@ -96,18 +100,18 @@ protected:
         const pid_t pid = pid_t(p->processId());
         // A window manager may map a new window without focusing it (focus-stealing
         // prevention): ask for it now and then, as a task bar would.
-        int looks = 0;
-        EXPECT_TRUE(eventually([pid, &looks] {
-            const auto active = X11Session::activeWindow();
-            if (active && X11Session::windowPid(active) == pid)
-                return true;
-            const auto windows = X11Session::windowsOfProcess(pid);
-            if (++looks % 10 == 0 && !windows.empty())
-                X11Session::activate(windows.back());
-            return false;
-        })) << title.toStdString()
-            << " never became active; display " << qgetenv("DISPLAY").constData()
-            << ", its output: " << p->readAll().toStdString()
+        EXPECT_TRUE(spinUntil(repeating(
+            [pid] {
+                const auto windows = X11Session::windowsOfProcess(pid);
+                if (!windows.empty())
+                    X11Session::activate(windows.back());
+            },
+            [pid] {
+                const auto active = X11Session::activeWindow();
+                return active && X11Session::windowPid(active) == pid;
+            })))
+            << title.toStdString() << " never became active; display "
+            << qgetenv("DISPLAY").constData() << ", its output: " << p->readAll().toStdString()
             << p->readAllStandardError().toStdString();
         return p;
     }
@@ -129,13 +133,11 @@ TEST_F(RealDesktopTest, FullScreenOfTheActiveWindowHidesTheMenuBar)
     // A window manager may drop a request that comes while it still sets the window up: the
     // request is repeated now and then, and the answer must follow the window's real state.
     auto becomes = [window](bool full) {
-        int looks = 0;
-        return eventually([&] {
-            if (looks++ % 25 == 0)
-                requestFullScreen(window, full);
-            return RZUtilities::fullScreenMode() == full
-                && X11Session::isFullScreen(window) == full;
-        });
+        return spinUntil(repeating([window, full] { requestFullScreen(window, full); },
+            [window, full] {
+                return RZUtilities::fullScreenMode() == full
+                    && X11Session::isFullScreen(window) == full;
+            }));
     };
     EXPECT_TRUE(becomes(true));
     EXPECT_TRUE(becomes(false));
@@ -143,7 +145,7 @@ TEST_F(RealDesktopTest, FullScreenOfTheActiveWindowHidesTheMenuBar)
     // Another window coming forward over a full-screen one shows the menu bar again.
     ASSERT_TRUE(becomes(true));
     startActiveWindow(QStringLiteral("Viewer"));
-    EXPECT_TRUE(eventually([] { return !RZUtilities::fullScreenMode(); }));
+    EXPECT_TRUE(spinUntil([] { return !RZUtilities::fullScreenMode(); }));
     (void)a;
 }
 
@@ -201,12 +203,12 @@ TEST_F(RealDesktopTest, MicroTakesTheFrontAndGivesItBack)
     EXPECT_GE(polls, 0);
     EXPECT_LE(polls, 500);
     EXPECT_FALSE(log.lines().join('\n').contains(QStringLiteral("Error while running Micro")));
-    EXPECT_TRUE(eventually([&owner] {
+    EXPECT_TRUE(spinUntil([&owner] {
         const RZProcessRef front = RZProcess::frontProcess();
         return front && front->isEqual(*owner);
     }));
     // Micro leaves by itself.
-    EXPECT_TRUE(eventually([] {
+    EXPECT_TRUE(spinUntil([] {
         QProcess pgrep;
         pgrep.start(QStringLiteral("pgrep"), { QStringLiteral("-x"), QStringLiteral("Micro") });
         pgrep.waitForFinished(3000);
@@ -219,7 +221,7 @@ TEST_F(RealDesktopTest, MicroTakesTheFrontAndGivesItBack)
         QStringList());
     ASSERT_TRUE(micro.waitForFinished(10000));
     EXPECT_EQ(micro.exitCode(), 0) << "Micro was never made active";
-    EXPECT_TRUE(eventually([&owner] {
+    EXPECT_TRUE(spinUntil([&owner] {
         const RZProcessRef front = RZProcess::frontProcess();
         return front && front->isEqual(*owner);
     })) << "the window manager did not give the front back after Micro left";

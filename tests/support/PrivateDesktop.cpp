@@ -205,8 +205,11 @@ QString waitForLine(QProcess* process, const QString& prefix, int timeoutMs)
 bool spinUntil(const std::function<bool()>& condition, int timeoutMs)
 {
     QDeadlineTimer deadline(timeoutMs);
-    while (!condition() && !deadline.hasExpired())
+    // A short pause between looks leaves the processes being waited for the CPU.
+    while (!condition() && !deadline.hasExpired()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        QThread::msleep(5);
+    }
     return condition();
 }
 
