@@ -19,11 +19,13 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QStackedWidget>
 #include <QStyle>
+#include <QSvgRenderer>
 #include <QTextBrowser>
 #include <QTimer>
 #include <QUrl>
@@ -34,6 +36,27 @@ QPixmap workspaceIcon(const QString& path)
 {
     Q_UNUSED(path);
     return QIcon::fromTheme(QStringLiteral("application-x-executable")).pixmap(128, 128);
+}
+
+// Vector icons are drawn straight at the size they are shown: sharper than a scaled-down
+// raster, and no image-format plugin has to be looked for. Anything else is read as an image.
+QPixmap readIcon(const QString& path, const QSize& pixels)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    if (suffix != QLatin1String("svg") && suffix != QLatin1String("svgz"))
+        return QPixmap(path);
+    QSvgRenderer svg(path);
+    if (!svg.isValid())
+        return QPixmap();
+    QSize size = svg.defaultSize().scaled(pixels, Qt::KeepAspectRatio);
+    if (size.isEmpty())
+        size = pixels;
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    svg.render(&painter);
+    painter.end();
+    return QPixmap::fromImage(std::move(image));
 }
 
 void openWithWorkspace(const QString& path)
@@ -119,9 +142,10 @@ void InstallerWinController::awakeFromNib()
 
 void InstallerWinController::loadIcon()
 {
+    const QSize pixels = iconField->size() * iconField->devicePixelRatioF();
     QPixmap icon;
     if (hasArgument(RZInstallerKeyIconPath))
-        icon.load(argument(RZInstallerKeyIconPath));
+        icon = readIcon(argument(RZInstallerKeyIconPath), pixels);
     if (icon.isNull() && sourceInfo) {
         const QString iconFile = sourceInfo->value(QStringLiteral("CFBundleIconFile")).toString();
         const Bundle source(argument(RZInstallerKeySourcePath));
@@ -129,14 +153,13 @@ void InstallerWinController::loadIcon()
         if (path.isEmpty())
             path = source.pathForResource(iconFile);
         if (!path.isEmpty())
-            icon.load(path);
+            icon = readIcon(path, pixels);
     }
     if (icon.isNull())
         icon = workspaceIcon(argument(RZInstallerKeySourcePath));
     if (icon.isNull())
         return;
-    iconField->setPixmap(icon.scaled(iconField->size() * iconField->devicePixelRatioF(),
-        Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    iconField->setPixmap(icon.scaled(pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation));
     QApplication::setWindowIcon(QIcon(icon));
 }
 

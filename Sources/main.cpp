@@ -11,6 +11,7 @@
 #include <QWidget>
 
 #include <fontconfig/fontconfig.h>
+#include <sched.h>
 #include <thread>
 
 namespace {
@@ -18,15 +19,26 @@ namespace {
 // QApplication so that it runs alongside the connection to the display: fontconfig's
 // configuration (the first text layout loads it) and the session bus (the accessibility bridge
 // connects to it on the first accessible-name change and blocks until it is up).
+//
+// The threads run in the idle scheduling class: they use what the main thread and the display
+// server leave free and never take a core from them (at normal priority they slowed
+// QApplication's construction by about as much as they saved). Processes they start, such as
+// the bus launcher, get normal scheduling back.
 class StartUpWarmUp {
 public:
     StartUpWarmUp()
     {
         // Qt takes the first thread that asks for its thread data as the main thread.
         QThread::currentThread();
-        m_fonts = std::thread([] { FcInit(); });
+        m_fonts = std::thread([] {
+            runWhenIdle();
+            FcInit();
+        });
         if (hasAccessibilityBridge())
-            m_bus = std::thread([] { QDBusConnection::sessionBus(); });
+            m_bus = std::thread([] {
+                runWhenIdle();
+                QDBusConnection::sessionBus();
+            });
     }
     ~StartUpWarmUp() { finish(); }
     void finish()
@@ -38,6 +50,11 @@ public:
     }
 
 private:
+    static void runWhenIdle()
+    {
+        const sched_param none {};
+        sched_setscheduler(0, SCHED_IDLE | SCHED_RESET_ON_FORK, &none);
+    }
     // The desktop platforms publish the widgets over the accessibility bus; the offscreen and
     // minimal ones do not, and must not open a session bus.
     static bool hasAccessibilityBridge()

@@ -120,22 +120,40 @@ TEST_F(WindowTest, IconFromTheArgumentElseFromTheProduct)
     };
     paint(withIcon + QStringLiteral("/Contents/Resources/Painted.png"), Qt::blue);
     paint(dir.filePath(QStringLiteral("given.png")), Qt::red);
+    // A wide vector icon is drawn at the field's full width, keeping its proportions.
+    writeFile(dir.filePath(QStringLiteral("wide.svg")),
+        "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"20\" height=\"10\">"
+        "<rect width=\"20\" height=\"10\" fill=\"#00ff00\"/></svg>");
+    writeFile(dir.filePath(QStringLiteral("broken.svg")), "<svg");
     const struct {
         const char* name;
         QStringList extra;
         QColor expected;
+        QSize drawnAt; // in the field's pixels; empty: any size that fits
     } cases[] = {
-        { "the product's own", {}, Qt::blue },
+        { "the product's own", {}, Qt::blue, {} },
         { "the argument's",
-            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("given.png")) }, Qt::red },
+            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("given.png")) }, Qt::red,
+            {} },
         { "the product's when the argument's is unreadable",
-            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("none.png")) }, Qt::blue },
+            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("none.png")) }, Qt::blue,
+            {} },
+        { "a vector icon",
+            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("wide.svg")) }, Qt::green,
+            { 96, 48 } },
+        { "the product's when the vector icon is damaged",
+            { QStringLiteral("-iconPath"), dir.filePath(QStringLiteral("broken.svg")) }, Qt::blue,
+            {} },
     };
     for (const auto& c : cases) {
         auto w = start(QStringList { QStringLiteral("-sourcePath"), withIcon } + c.extra);
         const QImage shown = w->iconField->pixmap().toImage();
+        const qreal ratio = w->iconField->devicePixelRatioF();
         ASSERT_FALSE(shown.isNull()) << c.name;
-        EXPECT_LE(shown.width(), qRound(96 * w->iconField->devicePixelRatioF())) << c.name;
+        EXPECT_LE(shown.width(), qRound(96 * ratio)) << c.name;
+        if (!c.drawnAt.isEmpty()) {
+            EXPECT_EQ(shown.size(), c.drawnAt * ratio) << c.name;
+        }
         EXPECT_EQ(shown.pixelColor(shown.rect().center()), c.expected) << c.name;
     }
 }
