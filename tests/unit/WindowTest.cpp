@@ -158,6 +158,19 @@ TEST_F(WindowTest, IconFromTheArgumentElseFromTheProduct)
     }
 }
 
+TEST_F(WindowTest, NameDestinationAndMessageSelectableUnderThePointer)
+{
+    auto w = start(source());
+    QEnterEvent enter(QPointF(5, 5), QPointF(5, 5), QPointF(5, 5));
+    QApplication::sendEvent(w->window, &enter);
+    for (const QLabel* label : { w->nameField, w->pathField, w->messageField })
+        EXPECT_EQ(label->textInteractionFlags(), Qt::TextSelectableByMouse)
+            << qPrintable(label->objectName());
+    for (const QLabel* label : { w->introField, w->explanationField })
+        EXPECT_FALSE(label->textInteractionFlags() & Qt::TextSelectableByMouse)
+            << qPrintable(label->objectName());
+}
+
 TEST_F(WindowTest, ReadMeViewOnTheReadMePage)
 {
     writeFile(
