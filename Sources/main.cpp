@@ -11,7 +11,7 @@
 #include <QWidget>
 
 #include <fontconfig/fontconfig.h>
-#include <sched.h>
+#include <sys/resource.h>
 #include <thread>
 
 namespace {
@@ -20,10 +20,12 @@ namespace {
 // configuration (the first text layout loads it) and the session bus (the accessibility bridge
 // connects to it on the first accessible-name change and blocks until it is up).
 //
-// The threads run in the idle scheduling class: they use what the main thread and the display
-// server leave free and never take a core from them (at normal priority they slowed
-// QApplication's construction by about as much as they saved). Processes they start, such as
-// the bus launcher, get normal scheduling back.
+// The font thread runs at the lowest priority (nice 19): it uses what the main thread and the
+// display server leave free instead of taking a core from them (at normal priority it slowed
+// QApplication's construction by about as much as it saved). Nothing ever waits for it: if the
+// main thread needs fonts first, fontconfig loads its configuration there as well and the later
+// copy is dropped. The bus thread keeps normal priority, since the accessibility bridge may wait
+// for the connection it holds; it mostly sleeps while Qt's bus thread connects.
 class StartUpWarmUp {
 public:
     StartUpWarmUp()
@@ -31,14 +33,11 @@ public:
         // Qt takes the first thread that asks for its thread data as the main thread.
         QThread::currentThread();
         m_fonts = std::thread([] {
-            runWhenIdle();
+            setpriority(PRIO_PROCESS, 0, 19); // this thread only, on Linux
             FcInit();
         });
         if (hasAccessibilityBridge())
-            m_bus = std::thread([] {
-                runWhenIdle();
-                QDBusConnection::sessionBus();
-            });
+            m_bus = std::thread([] { QDBusConnection::sessionBus(); });
     }
     ~StartUpWarmUp() { finish(); }
     void finish()
@@ -50,11 +49,6 @@ public:
     }
 
 private:
-    static void runWhenIdle()
-    {
-        const sched_param none {};
-        sched_setscheduler(0, SCHED_IDLE | SCHED_RESET_ON_FORK, &none);
-    }
     // The desktop platforms publish the widgets over the accessibility bus; the offscreen and
     // minimal ones do not, and must not open a session bus.
     static bool hasAccessibilityBridge()
@@ -79,6 +73,7 @@ int main(int argc, char* argv[])
     InstallerWinController controller;
     controller.awakeFromNib();
     controller.window->show();
-    warmUp.finish();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    warmUp.finish(); // long done by now; joined while the application still exists
+    return status;
 }
