@@ -8,6 +8,7 @@
 #include "Platform/Foundation/Localization.h"
 #include "Platform/Foundation/Log.h"
 #include "RZInstallerInterface.h"
+#include "UI/DeferredWork.h"
 #include "ui_MainWindow.h"
 
 #include <QApplication>
@@ -38,33 +39,6 @@ QPixmap checkmarkPixmap(int size, qreal ratio)
         QPointF(size * 0.73, size * 0.35) }));
     return pixmap;
 }
-// Selectable labels keep a text document each, whose layout costs about a millisecond before
-// the window's first paint. Selecting only matters under the pointer, so the labels become
-// selectable when the pointer first enters the window.
-class SelectableUnderPointer : public QObject {
-public:
-    SelectableUnderPointer(QWidget* window, QList<QLabel*> labels)
-        : QObject(window)
-        , m_labels(std::move(labels))
-    {
-        window->installEventFilter(this);
-    }
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (event->type() == QEvent::Enter) {
-            for (QLabel* label : m_labels)
-                label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-            watched->removeEventFilter(this);
-            deleteLater();
-        }
-        return false;
-    }
-
-private:
-    QList<QLabel*> m_labels;
-};
 } // namespace
 
 InstallerWinController::InstallerWinController(const QStringList& processArguments, QObject* parent)
@@ -100,7 +74,13 @@ InstallerWinController::InstallerWinController(const QStringList& processArgumen
     progressIndicator->setSizePolicy(keepSpace);
     progressIndicator->hide();
     helpButton->setFixedWidth(helpButton->sizeHint().height() + 8);
-    new SelectableUnderPointer(window, { nameField, pathField, messageField });
+    // Selectable labels keep a text document each, whose layout costs about a millisecond
+    // before the first paint. Selecting only matters under the pointer, so the labels become
+    // selectable when the pointer first enters the window.
+    new DeferredWork(window, QEvent::Enter, [this] {
+        for (QLabel* label : { nameField, pathField, messageField })
+            label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    });
 
     connect(installButton, &QPushButton::clicked, this, [this] {
         installModifiers = QGuiApplication::keyboardModifiers();

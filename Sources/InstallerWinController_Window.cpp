@@ -11,6 +11,7 @@
 #include "RZProcess.h"
 #include "RZUtilities.h"
 #include "SoundExtensions.h"
+#include "UI/DeferredWork.h"
 #include "UI/ReadMeLoader.h"
 
 #include <QApplication>
@@ -290,12 +291,16 @@ void InstallerWinController::terminate()
 
 void InstallerWinController::bringInstallerToFront()
 {
-    // The window manager knows the window once it is mapped: ask right after this pass of the
-    // event loop, so that the first paint does not wait for the request.
-    QTimer::singleShot(0, this, [] {
-        if (const RZProcessRef self = RZProcess::currentProcess())
-            self->setFrontProcess();
-    });
+    // Asking for the front looks this process's windows up on the display (about two
+    // milliseconds), so it is done once the window has been drawn; an obscured window may never
+    // be drawn until it is in front, hence the deadline.
+    new DeferredWork(
+        window, QEvent::Paint,
+        [] {
+            if (const RZProcessRef self = RZProcess::currentProcess())
+                self->setFrontProcess();
+        },
+        100);
 }
 
 void InstallerWinController::playDoneSound()

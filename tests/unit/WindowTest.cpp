@@ -163,6 +163,7 @@ TEST_F(WindowTest, NameDestinationAndMessageSelectableUnderThePointer)
     auto w = start(source());
     QEnterEvent enter(QPointF(5, 5), QPointF(5, 5), QPointF(5, 5));
     QApplication::sendEvent(w->window, &enter);
+    QCoreApplication::processEvents();
     for (const QLabel* label : { w->nameField, w->pathField, w->messageField })
         EXPECT_EQ(label->textInteractionFlags(), Qt::TextSelectableByMouse)
             << qPrintable(label->objectName());
