@@ -37,10 +37,8 @@ TEST(DeferredWorkTest, RunsOnceOnItsEventOrDeadline)
         if (c.targetDeleted)
             delete target;
         if (c.expectedRuns > 0) {
-            EXPECT_TRUE(QTest::qWaitFor([&runs] {
-                return runs > 0;
+            EXPECT_TRUE(QTest::qWaitFor([&runs] { return runs > 0; }, 5000)) << c.name;
         }
-        }, 5000)) << c.name;
         // Then time for a second run, which must not come.
         QTest::qWait(c.deadlineMs >= 0 ? c.deadlineMs + 20 : 10);
         EXPECT_EQ(runs, c.expectedRuns) << c.name;
