@@ -78,11 +78,7 @@ protected:
     }
     void TearDown() override
     {
-        for (QProcess* p : children) {
-            p->kill();
-            p->waitForFinished(3000);
-            delete p;
-        }
+        children.clear();
         RZProcess::resetForTesting();
         RZUtilities::resetMenuBarMonitorForTesting();
         Bundle::setMainBundlePathForTesting(QString());
@@ -90,11 +86,7 @@ protected:
     /// A window of its own, shown and made active by the window manager.
     QProcess* startActiveWindow(const QString& title)
     {
-        auto* p = new QProcess;
-        children.append(p);
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        p->setProcessEnvironment(env);
+        QProcess* p = children.add();
         p->start(kFakeApp, { QStringLiteral("--window"), title });
         EXPECT_TRUE(p->waitForStarted(5000));
         const pid_t pid = pid_t(p->processId());
@@ -115,7 +107,7 @@ protected:
             << p->readAllStandardError().toStdString();
         return p;
     }
-    QList<QProcess*> children;
+    ChildProcesses children;
 };
 } // namespace
 

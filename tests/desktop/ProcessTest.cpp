@@ -32,22 +32,13 @@ protected:
     }
     void TearDown() override
     {
-        for (QProcess* p : children) {
-            p->kill();
-            p->waitForFinished(3000);
-            delete p;
-        }
+        children.clear();
         RZProcess::resetForTesting();
     }
 
     QProcess* start(const QStringList& args, const QString& program = QString())
     {
-        auto* p = new QProcess;
-        children.append(p);
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"),
-            QStringLiteral("xcb")); // windows go to the test's X server
-        p->setProcessEnvironment(env);
+        QProcess* p = children.add();
         p->start(
             program.isEmpty() ? bundle + QStringLiteral("/Contents/Linux/Faker") : program, args);
         EXPECT_TRUE(p->waitForStarted(5000));
@@ -61,7 +52,7 @@ protected:
 
     QTemporaryDir dir;
     QString bundle;
-    QList<QProcess*> children;
+    ChildProcesses children;
     LogRecorder log;
 };
 } // namespace

@@ -7,6 +7,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
+
+#include <utility>
 
 LogRecorder::LogRecorder()
 {
@@ -79,4 +83,23 @@ QString makeBundle(
         QFile::permissions(exe) | QFileDevice::ExeOwner | QFileDevice::ExeGroup
             | QFileDevice::ExeOther);
     return bundle;
+}
+
+QProcess* ChildProcesses::add()
+{
+    auto* p = new QProcess;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    p->setProcessEnvironment(env);
+    m_processes.append(p);
+    return p;
+}
+
+void ChildProcesses::clear()
+{
+    for (QProcess* p : std::exchange(m_processes, {})) {
+        p->kill();
+        p->waitForFinished(3000);
+        delete p;
+    }
 }

@@ -1,6 +1,7 @@
 #pragma once
 // Helpers most tests share: a temporary folder, a log recorder, bundles written on the fly.
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -37,9 +38,26 @@ private:
 QString makeBundle(const QString& parent, const QString& name, const QVariantMap& info,
     const QString& program = QString());
 
-/// Writes a file (creating folders); returns false on failure.
 /// The pids of the process objects in the cache, most recently used first.
 QList<pid_t> cachedProcessPids();
 
+/// Writes a file (creating folders); returns false on failure.
 bool writeFile(const QString& path, const QByteArray& contents);
 QByteArray readFile(const QString& path);
+
+class QProcess;
+
+/// Processes a test starts: killed and reaped when the list is cleared or goes.
+class ChildProcesses {
+public:
+    ChildProcesses() = default;
+    ChildProcesses(const ChildProcesses&) = delete;
+    ChildProcesses& operator=(const ChildProcesses&) = delete;
+    ~ChildProcesses() { clear(); }
+    /// A new process, not started, whose Qt windows go to the X display of the test.
+    QProcess* add();
+    void clear();
+
+private:
+    QList<QProcess*> m_processes;
+};
