@@ -20,12 +20,12 @@ namespace {
 // configuration (the first text layout loads it) and the session bus (the accessibility bridge
 // connects to it on the first accessible-name change and blocks until it is up).
 //
-// The font thread runs at the lowest priority (nice 19): it uses what the main thread and the
-// display server leave free instead of taking a core from them (at normal priority it slowed
-// QApplication's construction by about as much as it saved). Nothing ever waits for it: if the
-// main thread needs fonts first, fontconfig loads its configuration there as well and the later
-// copy is dropped. The bus thread keeps normal priority, since the accessibility bridge may wait
-// for the connection it holds; it mostly sleeps while Qt's bus thread connects.
+// The font thread runs at the lowest priority (nice 19), so that the main thread and the display
+// server, which trade requests all through QApplication's construction, keep a core whenever
+// they want one. Nothing ever waits for it: if the main thread needs fonts first, fontconfig
+// loads its configuration there as well and the later copy is dropped. The bus thread keeps normal
+// priority, since the accessibility bridge may wait for the connection it holds; it mostly sleeps
+// while Qt's bus thread connects.
 class StartUpWarmUp {
 public:
     StartUpWarmUp()
