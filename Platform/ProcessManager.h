@@ -38,8 +38,8 @@ public:
         = 0;
     virtual OSErr getProcessInformation(const ProcessSerialNumber& psn, ProcessInfoRecord& info)
         = 0;
-    /// The process that launched this one (the information record's launcher, asked on its own:
-    /// finding it reads more of the process table than the other fields).
+    /// The process that launched this one; (0, kNoProcess) when it is unknown or gone. Asked on
+    /// its own: finding it reads more of the process table than the information record does.
     virtual OSErr getProcessLauncher(const ProcessSerialNumber& psn, ProcessSerialNumber& launcher)
         = 0;
     /// The information dictionary (the bundle's Info.plist plus the process's own keys).
